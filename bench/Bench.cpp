@@ -1,0 +1,240 @@
+// Measures the built program from outside, and the link from inside. Prints one row for each
+// figure: what it is, the figure, its bound. With the argument "themed" only the text streams,
+// against the bound that holds with the themes on.
+
+#include "TextSource.h"
+#include "link/ComPort.h"
+#include "tests/support/ComPeer.h"
+#include "tests/support/Process.h"
+#include "tests/support/Registry.h"
+#include "tests/support/Rig.h"
+#include "tests/support/Wait.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr char Key[] = "Software\\Zorbel\\ZoConsole\\Instance0";
+constexpr std::size_t StreamSize = 2U << 20;
+
+void Row(const std::string& what, double figure, const char* unit, double bound) {
+    const bool good = bound < 0 || figure <= bound;
+    if (bound < 0)
+        std::printf("%-58s %10.2f %-8s\n", what.c_str(), figure, unit);
+    else
+        std::printf("%-58s %10.2f %-8s bound %8.2f %s\n", what.c_str(), figure, unit, bound,
+                    good ? "" : "MISSED");
+    std::fflush(stdout);
+}
+
+double Seconds() {
+    LARGE_INTEGER now;
+    LARGE_INTEGER frequency;
+    QueryPerformanceCounter(&now);
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+double CpuSeconds(HANDLE process) {
+    FILETIME created;
+    FILETIME ended;
+    FILETIME kernel;
+    FILETIME user;
+    GetProcessTimes(process, &created, &ended, &kernel, &user);
+    const auto ticks = [](const FILETIME& time) {
+        return static_cast<double>((static_cast<std::uint64_t>(time.dwHighDateTime) << 32) |
+                                   time.dwLowDateTime);
+    };
+    return (ticks(kernel) + ticks(user)) / 1e7;
+}
+
+std::string TemporaryFile(const char* name) {
+    char folder[MAX_PATH];
+    GetTempPathA(MAX_PATH, folder);
+    return std::string(folder) + name;
+}
+
+// The program with its window up. `start` to `shown` is the time to the first painted window.
+class Console {
+public:
+    Console() : m_Started(Seconds()), m_Program("ZoConsole.exe", "") {
+        WaitUntil([&] { return (window = FindWindowA("cs_zoterm", nullptr)) != nullptr; }, 20000);
+        // The window is painted before its thread answers messages.
+        WaitUntil([&] { return IsWindowVisible(window) != 0; }, 20000);
+        SendMessageA(window, WM_NULL, 0, 0);
+        shownAfter = Seconds() - m_Started;
+    }
+    ~Console() {
+        PostMessageA(window, WM_CLOSE, 0, 0);
+        m_Program.Ended(10000);
+    }
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    HANDLE Handle() const { return m_Program.Handle(); }
+
+    HWND window = nullptr;
+    double shownAfter = 0;
+
+private:
+    double m_Started;
+    Process m_Program;
+};
+
+double IdlePercent(const Console& console, double seconds) {
+    const double cpu = CpuSeconds(console.Handle());
+    const double start = Seconds();
+    WaitUntil([&] { return Seconds() - start >= seconds; }, INFINITE);
+    return 100 * (CpuSeconds(console.Handle()) - cpu) / (Seconds() - start);
+}
+
+void MeasureStartAndIdle() {
+    std::vector<double> starts;
+    for (int i = 0; i < 5; ++i)
+        starts.push_back(Console().shownAfter);
+    std::sort(starts.begin(), starts.end());
+    Row("start to the first painted window (median of 5)", starts[2], "s", 0.3);
+
+    const ComPair pair = ReadComPair();
+    Console console;
+    Row("CPU while idle, port open (10 s)", IdlePercent(console, 10), "%", 0.5);
+    PROCESS_MEMORY_COUNTERS_EX memory = {};
+    GetProcessMemoryInfo(console.Handle(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
+                         sizeof(memory));
+    Row("private memory", static_cast<double>(memory.PrivateUsage) / 1e6, "MB", -1);
+    if (CutCable(pair.device)) {
+        Row("CPU while idle, other end gone (10 s)", IdlePercent(console, 10), "%", 0.5);
+        RestoreCable(pair.device);
+    }
+    if (CutCable(pair.program)) {
+        Row("CPU while idle, port gone (10 s)", IdlePercent(console, 10), "%", 0.5);
+        RestoreCable(pair.program);
+    }
+}
+
+void MeasureRoundTrip() {
+    const ComPair pair = ReadComPair();
+    ComPeer peer;
+    const std::unique_ptr<ComPort, void (*)(ComPort*)> port(CreateComPort(), &DestroyComPort);
+    port->Open(pair.ProgramPath().c_str(), 115200, 4096);
+    const std::string wire = OnTheWire("ver");
+    constexpr int Rounds = 50;
+    std::thread device([&] {
+        for (int i = 0; i < Rounds; ++i) {
+            peer.Receive(wire.size());
+            peer.Send("\x02");
+        }
+    });
+    std::vector<double> times;
+    for (int i = 0; i < Rounds; ++i) {
+        const double start = Seconds();
+        if (port->SendCommand("ver"))
+            times.push_back((Seconds() - start) * 1000);
+    }
+    device.join();
+    std::sort(times.begin(), times.end());
+    if (times.empty())
+        times.push_back(9999);
+    Row("command round trip (median of 50)", times[times.size() / 2], "ms", 20);
+    Row("command round trip (slowest)", times.back(), "ms", -1);
+}
+
+std::size_t FileSize(const std::string& path) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path, error);
+    return error ? 0 : static_cast<std::size_t>(size);
+}
+
+std::string GeneratedText() {
+    sim::TextSource source;
+    source.Start(StreamSize);
+    std::string text;
+    while (!source.Done())
+        text += source.NextLine();
+    return text;
+}
+
+// Bytes of the text that stand in the log, in order and behind one another from its first line.
+std::size_t Arrived(const std::string& log, const std::string& text) {
+    const std::size_t start = log.find(text.substr(0, text.find('\n')));
+    if (start == std::string::npos)
+        return 0;
+    const auto differs = std::mismatch(text.begin(), text.end(),
+                                       log.begin() + static_cast<std::ptrdiff_t>(start), log.end());
+    return static_cast<std::size_t>(differs.first - text.begin());
+}
+
+std::string Contents(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// Streams generated text through the program into its log, and proves what arrived.
+void MeasureStream(int pace, double cpuBound) {
+    const ComPair pair = ReadComPair();
+    const std::string log = TemporaryFile("zoconsole_bench.log");
+    DeleteFileA(log.c_str());
+    PlantText(Key, "LogFile", log);
+    PlantNumber(Key, "UseLogFile", 1);
+    const std::string name = "2 MB of text at " + std::to_string(pace) + " bit/s: ";
+    const std::string text = GeneratedText();
+
+    double cpu = 0;
+    double slowest = 0;
+    double done = 0;
+    {
+        Console console;
+        cpu = CpuSeconds(console.Handle());
+        const Process device("ZorbelSim.exe", "--port " + pair.device + " --text " +
+                                                  std::to_string(StreamSize) + " --pace " +
+                                                  std::to_string(pace));
+        const double start = Seconds();
+        const double limit = StreamSize * 10.0 / pace * 1.2 + 5;
+        while (Seconds() - start < limit && FileSize(log) < StreamSize) {
+            const double asked = Seconds();
+            SendMessageA(console.window, WM_NULL, 0, 0);
+            slowest = std::max(slowest, Seconds() - asked);
+            done = Seconds() - start;
+            Sleep(5);
+        }
+        WaitUntil([&] { return Arrived(Contents(log), text) == StreamSize; }, 2000);
+        cpu = CpuSeconds(console.Handle()) - cpu;
+    }
+    Row(name + "bytes lost", static_cast<double>(StreamSize - Arrived(Contents(log), text)),
+        "bytes", 0);
+    Row(name + "time", done, "s", -1);
+    Row(name + "CPU for each MB", cpu / (StreamSize / 1048576.0), "s", cpuBound);
+    Row(name + "slowest answer to a message", slowest * 1000, "ms", 100);
+    PlantNumber(Key, "UseLogFile", 0);
+    DeleteFileA(log.c_str());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const bool streamsOnly = argc > 1 && std::strcmp(argv[1], "themed") == 0;
+    PlantNumber(Key, "Port", static_cast<DWORD>(ReadComPair().number));
+    PlantNumber(Key, "BaudRate", 115200);
+    if (!streamsOnly) {
+        Row("executable", static_cast<double>(FileSize(BuildFile("ZoConsole.exe"))) / 1000, "kB",
+            600);
+        MeasureStartAndIdle();
+        MeasureRoundTrip();
+    }
+    MeasureStream(921600, -1);
+    MeasureStream(115200, streamsOnly ? 10 : 3);
+    return 0;
+}

@@ -1,0 +1,42 @@
+# Compiler settings, as interface targets:
+#   zo_flags          language, warnings and hardening of everything that we compile
+#   zo_program_flags  zo_flags for the program itself: neither exceptions nor RTTI
+#   zo_sanitize       AddressSanitizer and UBSan, empty unless ZO_SANITIZE is on
+
+add_library(zo_flags INTERFACE)
+add_library(zo_program_flags INTERFACE)
+add_library(zo_sanitize INTERFACE)
+target_link_libraries(zo_program_flags INTERFACE zo_flags)
+
+if(MSVC)
+  set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
+  target_compile_options(zo_flags INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf)
+  target_link_options(zo_flags INTERFACE /guard:cf /CETCOMPAT /DEPENDENTLOADFLAG:0x800)
+  target_compile_definitions(zo_flags INTERFACE _CRT_SECURE_NO_WARNINGS)
+  target_compile_options(zo_program_flags INTERFACE /EHs-c- /GR-)
+  target_compile_definitions(zo_program_flags INTERFACE _HAS_EXCEPTIONS=0)
+else()
+  target_compile_options(zo_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-qual -Wundef
+    -Wnon-virtual-dtor -Werror -fstack-protector-strong)
+  target_compile_options(zo_program_flags INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+endif()
+
+if(WIN32)
+  target_compile_definitions(zo_flags INTERFACE
+    WIN32_LEAN_AND_MEAN NOMINMAX STRICT WINVER=0x0A00 _WIN32_WINNT=0x0A00 _WIN32_IE=0x0A00)
+  if(NOT MSVC)
+    # One self-contained file: the runtime is linked in. Unused code goes, symbols go.
+    target_compile_options(zo_flags INTERFACE -ffunction-sections -fdata-sections -fcf-protection)
+    target_link_options(zo_flags INTERFACE
+      -static -fstack-protector-strong -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
+    target_link_options(zo_flags INTERFACE $<$<CONFIG:MinSizeRel,Release>:-s>)
+  endif()
+endif()
+
+if(ZO_SANITIZE)
+  target_compile_options(zo_sanitize INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(zo_sanitize INTERFACE -fsanitize=address,undefined)
+endif()

@@ -1,0 +1,16 @@
+# GoogleTest from the distribution's sources (they cross-compile) or, elsewhere, an installed one.
+set(ZO_GOOGLETEST_DIR "/usr/src/googletest" CACHE PATH "GoogleTest's source folder")
+
+if(EXISTS "${ZO_GOOGLETEST_DIR}/CMakeLists.txt")
+  set(BUILD_GMOCK OFF)
+  set(INSTALL_GTEST OFF)
+  set(gtest_force_shared_crt OFF)
+  add_subdirectory("${ZO_GOOGLETEST_DIR}" "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+  if(NOT TARGET GTest::gtest_main)
+    add_library(GTest::gtest ALIAS gtest)
+    add_library(GTest::gtest_main ALIAS gtest_main)
+  endif()
+else()
+  find_package(GTest REQUIRED)
+endif()
+include(GoogleTest)

@@ -1,0 +1,150 @@
+# The Linux rig: a private Wine prefix, a display, and null modems that Wine takes for COM ports.
+# To be sourced. Everything lives below build/, so checkouts do not disturb each other; what was
+# started here ends with the script that started it.
+#
+#   rig_up                     the prefix, made when it is missing; everything ends at exit
+#   rig_display [own]          an X server with a window manager, unless there is one, and Wine up;
+#                              "own": in any case
+#   rig_cable [--pace BPS] N   N null modems: COM1 to COM101, COM2 to COM102, ...
+#   rig_device COM1=/dev/...   a real serial device in place of a null modem
+#   rig_theming on|off         Wine's themes
+#   rig_wine PROGRAM [ARG...]  runs a Windows program and waits for it
+#   rig_setting NAME TYPE DATA a setting of the first terminal
+
+rig_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+rig_build=$rig_root/build
+rig_tools=$rig_build/native/tests/rig
+rig_version=1 # a prefix of another version is made anew
+rig_pids=()
+
+export ZO_RIG_DIR=$rig_build/rig
+export WINEPREFIX=$rig_build/wine
+export WINEDEBUG=${WINEDEBUG:--all}
+export WINEDLLOVERRIDES="mscoree=;mshtml=" # no offers to download anything
+export ZO_COM_PAIR=${ZO_COM_PAIR:-COM1,COM101}
+
+rig_loader=/usr/lib/wine/wine64
+rig_server=/usr/lib/wine/wineserver64
+rig_settings='HKCU\Software\Zorbel\ZoConsole\Instance0'
+
+# The preload library goes into Wine's processes only, its server among them.
+rig_wine() {
+  LD_PRELOAD=$rig_tools/libmodemlines.so "$rig_loader" "$@"
+}
+
+rig_registry() {
+  rig_wine reg add "$@" /f >/dev/null 2>&1
+}
+
+rig_setting() {
+  rig_registry "$rig_settings" /v "$1" /t "$2" /d "$3"
+}
+
+rig_theming() {
+  local active=1
+  [[ $1 == on ]] || active=0
+  rig_registry 'HKCU\Software\Microsoft\Windows\CurrentVersion\ThemeManager' /v ThemeActive /d "$active"
+}
+
+# Wine reads its ports when its server starts, so the names are fixed: links that a null modem or
+# a device stands behind. Fonts that Windows has and Debian has not are replaced by their likes.
+rig_make_prefix() {
+  rm -rf "$WINEPREFIX"
+  mkdir -p "$WINEPREFIX"
+  rig_wine wineboot -i >/dev/null 2>&1
+  local n ports=$WINEPREFIX/ports.reg
+  {
+    printf 'REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\Software\\Wine\\Ports]\n'
+    for n in $(seq 1 20) $(seq 101 120); do
+      printf '"COM%d"="%s/COM%d"\n' "$n" "$ZO_RIG_DIR" "$n"
+    done
+    printf '\n[HKEY_CURRENT_USER\\Software\\Wine\\Fonts\\Replacements]\n'
+    printf '"Courier New"="Liberation Mono"\n"Arial"="Liberation Sans"\n'
+    printf '"Times New Roman"="Liberation Serif"\n'
+  } >"$ports"
+  rig_wine regedit "$ports" >/dev/null 2>&1
+  rig_stop_wine
+  echo "$rig_version" >"$WINEPREFIX/.rig-version"
+}
+
+rig_stop_wine() {
+  "$rig_server" -k >/dev/null 2>&1 || true # fails when none runs
+  "$rig_server" -w >/dev/null 2>&1 || true
+}
+
+rig_up() {
+  mkdir -p "$ZO_RIG_DIR"
+  exec {rig_lock}>"$rig_build/rig.lock"
+  if ! flock -n "$rig_lock"; then
+    echo "rig: another run uses this checkout, waiting for it" >&2
+    flock "$rig_lock"
+  fi
+  trap rig_down EXIT
+  trap 'exit 130' INT TERM
+  if [[ $(cat "$WINEPREFIX/.rig-version" 2>/dev/null) != "$rig_version" ]]; then
+    rig_make_prefix
+  fi
+  # The server stays for the whole run, and keeps its parting words to itself.
+  LD_PRELOAD=$rig_tools/libmodemlines.so "$rig_server" -p >/dev/null 2>&1 {rig_lock}>&-
+}
+
+# Ends what runs here, last first.
+rig_down() {
+  local i
+  [[ $(cat "$WINEPREFIX/.rig-version" 2>/dev/null) ]] && rig_stop_wine
+  for ((i = ${#rig_pids[@]} - 1; i >= 0; i--)); do
+    kill "${rig_pids[i]}" 2>/dev/null || true
+    wait "${rig_pids[i]}" 2>/dev/null || true
+  done
+  rig_pids=()
+}
+
+# rig_until SECONDS COMMAND...: waits until the command succeeds.
+rig_until() {
+  local end=$((SECONDS + $1))
+  shift
+  until "$@" >/dev/null 2>&1; do
+    if ((SECONDS >= end)); then
+      echo "rig: waited in vain for: $*" >&2
+      return 1
+    fi
+    sleep 0.05
+  done
+}
+
+rig_display() {
+  [[ -n ${DISPLAY:-} && -z ${1:-} ]] || rig_start_display
+  # Wine's own processes start here, once, and hold no pipe of a later caller.
+  rig_wine wineboot >/dev/null 2>&1
+}
+
+rig_start_display() {
+  local number=$ZO_RIG_DIR/display
+  : >"$number"
+  Xvfb -displayfd 3 -screen 0 1280x900x24 -nolisten tcp 3>"$number" >/dev/null 2>&1 {rig_lock}>&- &
+  rig_pids+=($!)
+  rig_until 20 grep -q . "$number"
+  DISPLAY=:$(cat "$number")
+  export DISPLAY
+  openbox >/dev/null 2>&1 {rig_lock}>&- &
+  rig_pids+=($!)
+  rig_until 20 xprop -root _NET_SUPPORTING_WM_CHECK
+}
+
+rig_cable() {
+  local options=() pairs=() n said=$ZO_RIG_DIR/nullmodem.out
+  if [[ $1 == --pace ]]; then
+    options=(--pace "$2")
+    shift 2
+  fi
+  for n in $(seq 1 "$1"); do pairs+=("COM$n=COM$((n + 100))"); done
+  rm -f "$ZO_RIG_DIR"/cut-*
+  : >"$said"
+  "$rig_tools/nullmodem" --dir "$ZO_RIG_DIR" "${options[@]}" "${pairs[@]}" >"$said" {rig_lock}>&- &
+  rig_pids+=($!)
+  rig_until 20 grep -q ready "$said"
+}
+
+rig_device() {
+  ln -sfn "${1#*=}" "$ZO_RIG_DIR/${1%%=*}"
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+// The files on the device: a folder of the host with one subfolder for each folder of the device.
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace sim {
+
+struct DeviceFile {
+    std::string name; // characters outside printable ASCII shown as '?'
+    std::uint64_t size = 0;
+};
+
+class DeviceFiles {
+public:
+    static constexpr std::array<std::string_view, 4> Folders = {"default", "a", "b", "MP3"};
+
+    // A device without storage.
+    DeviceFiles() = default;
+
+    // A device whose storage is `root`. Subfolders that are missing count as empty.
+    explicit DeviceFiles(std::filesystem::path root) : m_Root(std::move(root)) {}
+
+    bool HasStorage() const { return !m_Root.empty(); }
+
+    static bool IsFolder(std::string_view folder);
+
+    // Puts the regular files of one of Folders into `files`, sorted by name. False, with `files`
+    // left alone, when there is no such folder or no storage, or when it cannot be read.
+    bool List(std::string_view folder, std::vector<DeviceFile>& files) const;
+
+private:
+    std::filesystem::path m_Root;
+};
+
+} // namespace sim

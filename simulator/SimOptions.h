@@ -1,0 +1,32 @@
+#pragma once
+
+// The command line of ZorbelSim.exe.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+struct SimOptions {
+    std::uint32_t port = 11; // the number of the COM port
+    std::uint32_t baud = 115200;
+    std::wstring files;  // the host folder with the device's files; empty: no storage
+    std::wstring script; // the fault script; empty: none
+    std::uint32_t pace = 0;
+    std::uint32_t text = 0;
+    std::uint32_t startDelay = 0;
+    std::uint32_t replyDelay = 20;
+    std::uint32_t restartPause = 500;
+    std::uint32_t bootWait = 3000;
+    bool help = false;
+};
+
+// What `--help` prints.
+std::string SimUsage();
+
+// Reads the arguments behind the program's name. Returns what is wrong with them; an empty text,
+// with `options` filled in, when nothing is.
+std::string ParseOptions(const std::vector<std::wstring>& arguments, SimOptions& options);
+
+} // namespace sim

@@ -1,0 +1,166 @@
+#include "ZorbelDevice.h"
+
+#include <algorithm>
+#include <random>
+#include <utility>
+
+#include "Words.h"
+
+namespace sim {
+
+namespace {
+
+constexpr const char* LoaderBanner = "Preparing to load ZoOS\r\n";
+constexpr const char* StartBanner = "\r\nZoOS console, \"help\" lists the commands\r\n";
+constexpr const char* Prompt = "zorbel> ";
+
+} // namespace
+
+ZorbelDevice::ZorbelDevice(const DeviceSetup& setup, FaultScript script, DeviceFiles files)
+    : m_Setup(setup), m_Script(std::move(script)), m_Files(std::move(files)), m_Output(setup.pace) {
+}
+
+void ZorbelDevice::SwitchOn(Millis now) {
+    m_StateEnd = now + m_Setup.startDelay;
+}
+
+void ZorbelDevice::Receive(const std::uint8_t* bytes, std::size_t count, Millis now) {
+    Advance(now);
+    for (std::size_t i = 0; i < count; ++i) {
+        ReceiveByte(bytes[i], now);
+    }
+}
+
+std::size_t ZorbelDevice::Take(Millis now, std::uint8_t* out, std::size_t room) {
+    Advance(now);
+    const std::size_t taken = m_Output.Take(now, out, room);
+    if (m_TextRuns && m_Output.TextDone()) {
+        m_TextRuns = false;
+        AddPrompt(now);
+    }
+    return taken;
+}
+
+Millis ZorbelDevice::NextDue() const {
+    return std::min(m_StateEnd, m_Output.NextDue());
+}
+
+// Leaves the states that end by themselves.
+void ZorbelDevice::Advance(Millis now) {
+    while (m_StateEnd <= now) {
+        const Millis end = std::exchange(m_StateEnd, Never);
+        if (m_State == State::Restarting) {
+            EnterLoader(end);
+            continue;
+        }
+        EnterConsole(end);
+    }
+}
+
+void ZorbelDevice::EnterLoader(Millis now) {
+    m_State = State::Loader;
+    m_StateEnd = now + m_Setup.bootWait;
+    Send(LoaderBanner, now);
+}
+
+void ZorbelDevice::EnterConsole(Millis now) {
+    m_State = State::Console;
+    m_Line.Reset();
+    Send(StartBanner, now);
+    const std::uint64_t text = std::exchange(m_Setup.startText, 0);
+    if (text == 0) {
+        AddPrompt(now);
+        return;
+    }
+    m_Output.StartText(text, now, m_Shape);
+    m_TextRuns = true;
+}
+
+// Every received byte comes through here and goes to what listens in the present state.
+void ZorbelDevice::ReceiveByte(std::uint8_t byte, Millis now) {
+    switch (m_State) {
+    case State::Starting:
+    case State::Restarting: return;
+    case State::Console:
+    case State::Loader: {
+        CommandLine line;
+        if (m_Line.Add(byte, now, line)) {
+            HandleLine(line, now);
+        }
+        return;
+    }
+    }
+}
+
+void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
+    const Millis answerDue = now + m_Setup.replyDelay;
+    if (line.bare && line.valid) {
+        AddPrompt(answerDue); // nobody waits for an answer to an empty line
+        return;
+    }
+    ++m_CommandNumber;
+    if (m_Script.Find(FaultKind::Silent, m_CommandNumber) != nullptr) {
+        return;
+    }
+    const Fault* const split = m_Script.Find(FaultKind::Split, m_CommandNumber);
+    m_Shape = split == nullptr ? Shape{} : Shape{split->numbers[0], split->numbers[1]};
+    const Fault* const late = m_Script.Find(FaultKind::Late, m_CommandNumber);
+
+    Call call;
+    call.due = late == nullptr ? answerDue : now + late->numbers[0];
+    const bool accepted = Carry(line, call);
+    AddNoise(FaultKind::NoiseBefore, call.due);
+    Send(std::string(1, static_cast<char>(accepted ? Accepted : Refused)), call.due);
+    AddNoise(FaultKind::NoiseAfter, call.due);
+    if (accepted) {
+        Send(Printable(line.text) + "\r\n", call.due);
+    }
+    if (accepted || !call.output.empty()) {
+        Send(std::move(call.output), call.due);
+        AddPrompt(call.due);
+    }
+}
+
+// Carries out a command line when nothing speaks against it. Returns the answer.
+bool ZorbelDevice::Carry(const CommandLine& line, Call& call) {
+    if (!line.valid || m_State != State::Console ||
+        m_Script.Find(FaultKind::Refuse, m_CommandNumber) != nullptr) {
+        return false;
+    }
+    call.arguments = line.text;
+    const std::string_view name = NextWord(call.arguments);
+    if (name.empty()) {
+        return true;
+    }
+    const Command* const command = FindCommand(name);
+    if (command == nullptr) {
+        call.output = "unknown command: " + Printable(name) + "\r\n";
+        return false;
+    }
+    return (this->*command->run)(call);
+}
+
+void ZorbelDevice::AddNoise(FaultKind kind, Millis due) {
+    const Fault* const fault = m_Script.Find(kind, m_CommandNumber);
+    if (fault == nullptr) {
+        return;
+    }
+    std::minstd_rand random(fault->numbers[1]);
+    std::string noise;
+    while (noise.size() < fault->numbers[0]) {
+        const auto byte = static_cast<std::uint8_t>(random() >> 8);
+        if (byte != Refused && byte != Accepted) {
+            noise.push_back(static_cast<char>(byte));
+        }
+    }
+    Send(std::move(noise), due);
+}
+
+// The prompt comes when the console is free; text that runs gets its prompt at its end.
+void ZorbelDevice::AddPrompt(Millis due) {
+    if (m_State == State::Console && !m_TextRuns) {
+        Send(Prompt, due);
+    }
+}
+
+} // namespace sim

@@ -1,0 +1,245 @@
+#include "link/ComPort.h"
+
+#include "base/Owned.h"
+
+#include <initializer_list>
+#include <new>
+
+namespace {
+
+constexpr WORD XonLimit = 2048;
+constexpr WORD XoffLimit = 512;
+constexpr char XonCharacter = 0x11;
+constexpr char XoffCharacter = 0x13;
+
+DWORD WINAPI ReaderThread(void* port) {
+    static_cast<ComPort*>(port)->RunReader();
+    return 0;
+}
+
+void CloseAndClear(HANDLE& handle) {
+    if (handle)
+        CloseHandle(handle);
+    handle = nullptr;
+}
+
+void SetFrame(DCB& dcb, std::uint32_t baud) {
+    dcb.BaudRate = baud;
+    dcb.ByteSize = 8;
+    dcb.Parity = NOPARITY;
+    dcb.StopBits = ONESTOPBIT;
+}
+
+// The whole control block, so that nothing of an earlier program's settings stays.
+DCB LineSettings(std::uint32_t baud) {
+    DCB dcb = {};
+    dcb.DCBlength = sizeof(dcb);
+    SetFrame(dcb, baud);
+    dcb.fBinary = TRUE;
+    dcb.fDtrControl = DTR_CONTROL_ENABLE;
+    dcb.fRtsControl = RTS_CONTROL_DISABLE;
+    dcb.XonLim = XonLimit;
+    dcb.XoffLim = XoffLimit;
+    dcb.XonChar = XonCharacter;
+    dcb.XoffChar = XoffCharacter;
+    return dcb;
+}
+
+} // namespace
+
+ComPort* CreateComPort() {
+    return new (std::nothrow) ComPort;
+}
+
+void DestroyComPort(ComPort* port) {
+    if (!port)
+        return;
+    port->Close();
+    delete port;
+}
+
+ComPort::ComPort() {
+    InitializeCriticalSection(&m_InLock);
+}
+
+ComPort::~ComPort() {
+    DeleteCriticalSection(&m_InLock);
+}
+
+// Back to the construction state, whatever the fields hold. No thread of the port may run.
+void ComPort::Reset() {
+    this->~ComPort();
+    new (this) ComPort;
+}
+
+bool ComPort::Fail(DWORD error) {
+    m_LastError = error;
+    return false;
+}
+
+bool ComPort::RequireOpen() {
+    return m_Handle ? true : Fail(ERROR_INVALID_HANDLE);
+}
+
+bool ComPort::Open(const char* path, std::uint32_t baud, std::uint32_t inSize) {
+    if (m_Handle)
+        return Fail(ERROR_ALREADY_INITIALIZED);
+    Reset();
+    if (OpenSteps(path, baud, inSize))
+        return true;
+    const DWORD error = GetLastError();
+    Close();
+    return Fail(error);
+}
+
+// False with the platform's error number; what was made so far is left for Close.
+bool ComPort::OpenSteps(const char* path, std::uint32_t baud, std::uint32_t inSize) {
+    const HANDLE handle = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        return false;
+    m_Handle = handle;
+    if (!ConfigureLine(baud))
+        return false;
+
+    m_InBuffer = new (std::nothrow) std::uint8_t[inSize];
+    if (!m_InBuffer) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return false;
+    }
+    m_InSize = inSize;
+    return EscapeCommFunction(m_Handle, CLRRTS) && CreateEvents() && StartReader();
+}
+
+bool ComPort::ConfigureLine(std::uint32_t baud) {
+    DCB current = {};
+    current.DCBlength = sizeof(current);
+    if (!GetCommState(m_Handle, &current))
+        return false;
+    DCB wanted = LineSettings(baud);
+    if (!SetCommState(m_Handle, &wanted))
+        return false;
+    m_LineSpeed = baud;
+
+    // Reads return at once with what is queued; the driver's write time-outs stay.
+    COMMTIMEOUTS timeouts = {};
+    if (!GetCommTimeouts(m_Handle, &timeouts))
+        return false;
+    timeouts.ReadIntervalTimeout = 0;
+    timeouts.ReadTotalTimeoutMultiplier = 0;
+    timeouts.ReadTotalTimeoutConstant = 0;
+    return SetCommTimeouts(m_Handle, &timeouts) != 0;
+}
+
+bool ComPort::CreateEvents() {
+    constexpr BOOL manual = TRUE;
+    constexpr BOOL automatic = FALSE;
+    const struct {
+        HANDLE* event;
+        BOOL reset;
+    } events[] = {
+        {&m_ReadOverlapped.hEvent, manual}, {&m_ReplyEvent, automatic},
+        {&m_CancelSendEvent, manual},       {&m_StopReaderEvent, manual},
+        {&m_CommandEvent, automatic},       {&m_DataEvent, manual},
+        {&m_AbortWritesEvent, manual},
+    };
+    for (const auto& entry : events) {
+        *entry.event = CreateEventA(nullptr, entry.reset, FALSE, nullptr);
+        if (!*entry.event)
+            return false;
+    }
+    return true;
+}
+
+bool ComPort::StartReader() {
+    m_ReaderThread = CreateThread(nullptr, 0, &ReaderThread, this, CREATE_SUSPENDED, nullptr);
+    return m_ReaderThread && ResumeThread(m_ReaderThread) != static_cast<DWORD>(-1);
+}
+
+bool ComPort::Close() {
+    if (!RequireOpen())
+        return false;
+    if (m_AbortWritesEvent)
+        SetEvent(m_AbortWritesEvent);
+    if (m_ReaderThread) {
+        SetEvent(m_StopReaderEvent);
+        WaitForSingleObject(m_ReaderThread, INFINITE);
+        CloseAndClear(m_ReaderThread);
+    }
+
+    CloseAndClear(m_ReadOverlapped.hEvent);
+    for (HANDLE* event : {&m_ReplyEvent, &m_CancelSendEvent, &m_StopReaderEvent, &m_CommandEvent,
+                          &m_DataEvent, &m_AbortWritesEvent})
+        CloseAndClear(*event);
+    delete[] m_InBuffer;
+    CloseAndClear(m_Handle);
+    Reset();
+    return true;
+}
+
+bool ComPort::SetBaudRate(std::uint32_t baud) {
+    if (!RequireOpen())
+        return false;
+    DCB dcb = {};
+    dcb.DCBlength = sizeof(dcb);
+    if (!GetCommState(m_Handle, &dcb))
+        return Fail(GetLastError());
+    SetFrame(dcb, baud);
+    if (!SetCommState(m_Handle, &dcb))
+        return Fail(GetLastError());
+    m_LineSpeed = baud;
+    return true;
+}
+
+bool ComPort::Write(const std::uint8_t* data, std::uint32_t length) {
+    return WriteWithin(data, length, INFINITE);
+}
+
+// Write with a limit in ms; ERROR_TIMEOUT when the driver has not taken the bytes by then.
+bool ComPort::WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD timeout) {
+    if (!RequireOpen())
+        return false;
+    const OwnedHandle done(CreateEventA(nullptr, TRUE, FALSE, nullptr));
+    if (!done)
+        return Fail(GetLastError());
+    OVERLAPPED overlapped = {};
+    overlapped.hEvent = done.get();
+    if (WriteFile(m_Handle, data, length, nullptr, &overlapped))
+        return true;
+    if (GetLastError() != ERROR_IO_PENDING)
+        return Fail(GetLastError());
+
+    m_LastError = ERROR_IO_PENDING;
+    const HANDLE either[] = {done.get(), m_AbortWritesEvent};
+    const DWORD waited = WaitForMultipleObjects(2, either, FALSE, timeout);
+    if (waited != WAIT_OBJECT_0)
+        CancelIoEx(m_Handle, &overlapped);
+
+    // After a cancel this waits only until the driver has let go of the record.
+    DWORD written = 0;
+    if (GetOverlappedResult(m_Handle, &overlapped, &written, TRUE)) {
+        m_LastError = static_cast<DWORD>(overlapped.Internal);
+        return true;
+    }
+    return Fail(waited == WAIT_TIMEOUT ? ERROR_TIMEOUT : GetLastError());
+}
+
+bool ComPort::SetNotify(HWND window, std::uint32_t message, std::uint32_t flags) {
+    if (!RequireOpen())
+        return false;
+    m_NotifyMessage = message;
+    m_NotifyFlags = flags;
+    m_NotifyWindow = window; // last: with it the reader thread begins to post
+    if (m_InCount > 0)
+        PostText(); // text that came between Open and now
+    if (m_Lost)
+        Post(NotifyLost);
+    return true;
+}
+
+bool ComPort::GetTransferInfo(TransferInfo* info) {
+    if (!RequireOpen())
+        return false;
+    *info = {m_Info.Status, m_Info.Size, m_Info.Block, m_Info.Done, m_Info.Errors};
+    return true;
+}

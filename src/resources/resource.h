@@ -1,0 +1,53 @@
+#pragma once
+
+// Numbers of the resources and commands, for the resource script and the code.
+
+#define IDR_ACCELERATORS 1
+#define IDI_ZOCONSOLE    13
+#define IDR_MENU         101
+#define IDI_PORT_CLOSED  115
+#define IDI_PORT_OPEN    116
+#define IDB_BAND         256
+#define IDB_TOOLBAR      275
+
+#define IDC_STATUS_BAR   276
+#define IDC_COMMAND_EDIT 1001 // the edit field inside a combo box, numbered by the system
+#define IDC_COMMAND      10000
+
+#define CMD_MACRO_FIRST    2000
+#define CMD_MACRO_LAST     2009
+#define CMD_REBOOT         2010
+#define CMD_EXIT           40001
+#define CMD_FONT           40002
+#define CMD_SEND_FILES     40003
+#define CMD_BOOT_FILE      40004
+#define CMD_BAUD_2400      40005
+#define CMD_BAUD_4800      40006
+#define CMD_BAUD_9600      40007
+#define CMD_BAUD_19200     40008
+#define CMD_BAUD_38400     40009
+#define CMD_BAUD_57600     40010
+#define CMD_BAUD_115200    40011
+#define CMD_PORT_1         40014
+#define CMD_PORT_2         40015
+#define CMD_PORT_3         40016
+#define CMD_PORT_4         40017
+#define CMD_PORT_NONE      40018
+#define CMD_CLEAR          40019
+#define CMD_NEW_WINDOW     40020
+#define CMD_LOAD_MACROS    40021
+#define CMD_SEND_IMAGE     40022
+#define CMD_CONTENTS       40023
+#define CMD_ABOUT          40024
+#define CMD_OPTIONS        40025
+#define CMD_FILES          40026
+#define CMD_PORT_OTHER     40028
+#define CMD_FOCUS          40030
+#define CMD_SUMMARY        40032
+#define CMD_DEVICE_DEFAULT 40033
+#define CMD_DEVICE_A       40034
+#define CMD_DEVICE_B       40035
+#define CMD_DEVICE_MP3     40036
+#define CMD_DEVICE_CUSTOM  40037
+#define CMD_RECEIVE_FILE   40038
+#define CMD_ARRANGE        57649

@@ -1,0 +1,118 @@
+#include "shell/Forwarding.h"
+
+#include "base/Owned.h"
+#include "link/codec/PackedList.h"
+#include "terminal/ZoTerm.h"
+
+#include <cstring>
+#include <new>
+
+namespace {
+
+constexpr int ClassNameRoom = 260;
+
+// Laid out as COPYDATASTRUCT, so that the record itself is what the message carries. The thread
+// that delivers it frees it.
+struct ForwardRequest {
+    HWND target;
+    DWORD size; // bytes of the list
+    char* list;
+};
+
+static_assert(sizeof(ForwardRequest) == sizeof(COPYDATASTRUCT) &&
+                  offsetof(ForwardRequest, size) == offsetof(COPYDATASTRUCT, cbData) &&
+                  offsetof(ForwardRequest, list) == offsetof(COPYDATASTRUCT, lpData),
+              "the request is the message's descriptor");
+
+// What the start hands on, and the threads that do it. One wait covers MAXIMUM_WAIT_OBJECTS
+// threads; when so many run, they are waited for before the next starts.
+struct Forwarder {
+    int nameCount;
+    const char* const* names;
+    std::size_t listSize;
+    HANDLE ForwardThreads[MAXIMUM_WAIT_OBJECTS];
+    DWORD ForwardCount;
+    bool forwarded;
+    bool refused;
+};
+
+DWORD WINAPI ForwardThreadProc(void* parameter) {
+    auto* request = static_cast<ForwardRequest*>(parameter);
+    const LRESULT taken =
+        SendMessageA(request->target, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(request));
+    delete[] request->list;
+    delete request;
+    return taken ? 0 : 1;
+}
+
+// Null when memory is exhausted.
+ForwardRequest* MakeRequest(const Forwarder& forwarder, HWND target) {
+    auto* request = new (std::nothrow) ForwardRequest;
+    auto* list = new (std::nothrow) char[forwarder.listSize];
+    if (!request || !list) {
+        delete request;
+        delete[] list;
+        return nullptr;
+    }
+    PackList(forwarder.nameCount, forwarder.names, list, forwarder.listSize);
+    *request = {target, static_cast<DWORD>(forwarder.listSize), list};
+    return request;
+}
+
+void AwaitThreads(Forwarder& forwarder) {
+    if (forwarder.ForwardCount == 0)
+        return;
+    WaitForMultipleObjects(forwarder.ForwardCount, forwarder.ForwardThreads, TRUE, INFINITE);
+    for (DWORD i = 0; i < forwarder.ForwardCount; ++i) {
+        DWORD exitCode = 1;
+        GetExitCodeThread(forwarder.ForwardThreads[i], &exitCode);
+        forwarder.refused = forwarder.refused || exitCode != 0;
+        CloseHandle(forwarder.ForwardThreads[i]);
+    }
+    forwarder.ForwardCount = 0;
+}
+
+void ForwardTo(Forwarder& forwarder, HWND target) {
+    forwarder.forwarded = true;
+    if (forwarder.ForwardCount == MAXIMUM_WAIT_OBJECTS)
+        AwaitThreads(forwarder);
+    ForwardRequest* request = MakeRequest(forwarder, target);
+    const HANDLE thread =
+        request ? CreateThread(nullptr, 0, &ForwardThreadProc, request, 0, nullptr) : nullptr;
+    if (thread) {
+        forwarder.ForwardThreads[forwarder.ForwardCount++] = thread;
+        return;
+    }
+    forwarder.refused = true;
+    if (request)
+        delete[] request->list;
+    delete request;
+}
+
+BOOL CALLBACK FindRunningTerminal(HWND window, LPARAM parameter) {
+    auto& forwarder = *reinterpret_cast<Forwarder*>(parameter);
+    char className[ClassNameRoom];
+    if (!GetClassNameA(window, className, ClassNameRoom) ||
+        std::strcmp(className, TerminalClassName) != 0)
+        return TRUE;
+    SetForegroundWindow(window);
+    if (forwarder.nameCount < 1)
+        return FALSE;
+    ForwardTo(forwarder, window);
+    return TRUE;
+}
+
+} // namespace
+
+StartKind ForwardFiles(int argumentCount, const char* const* arguments) {
+    Forwarder forwarder = {};
+    forwarder.nameCount = argumentCount - 1;
+    forwarder.names = arguments + 1;
+    forwarder.listSize =
+        forwarder.nameCount > 0 ? PackedListSize(forwarder.nameCount, forwarder.names) : 1;
+    EnumWindows(&FindRunningTerminal, reinterpret_cast<LPARAM>(&forwarder));
+    AwaitThreads(forwarder);
+    if (!forwarder.forwarded)
+        return StartKind::Instance;
+    return forwarder.refused ? StartKind::ForwardedSome : StartKind::ForwardedAll;
+}

@@ -1,0 +1,81 @@
+// The commands of menu, toolbar and accelerators: one row for each, or for each range.
+
+#include "resources/resource.h"
+#include "terminal/DispatcherRequest.h"
+#include "terminal/ZoTerm.h"
+
+#include <iterator>
+
+namespace {
+
+using Handler = void (ZoTerm::*)(WORD command);
+
+enum class After { Nothing, Focus }; // Focus: the command box takes the keyboard focus
+
+struct Command {
+    WORD first;
+    WORD last;
+    Handler run; // null: nothing carries the command out
+    After after;
+};
+
+constexpr Command Commands[] = {
+    {CMD_MACRO_FIRST, CMD_MACRO_LAST, nullptr, After::Nothing},
+    {CMD_REBOOT, CMD_REBOOT, &ZoTerm::Reboot, After::Nothing},
+    {CMD_EXIT, CMD_EXIT, &ZoTerm::Exit, After::Nothing},
+    {CMD_FONT, CMD_FONT, nullptr, After::Nothing},
+    {CMD_SEND_FILES, CMD_SEND_FILES, nullptr, After::Nothing},
+    {CMD_BOOT_FILE, CMD_BOOT_FILE, nullptr, After::Nothing},
+    {CMD_BAUD_2400, CMD_BAUD_115200, &ZoTerm::SelectMenuBaudRate, After::Nothing},
+    {CMD_PORT_1, CMD_PORT_NONE, &ZoTerm::OpenMenuPort, After::Nothing},
+    {CMD_CLEAR, CMD_CLEAR, &ZoTerm::ClearOutput, After::Nothing},
+    {CMD_NEW_WINDOW, CMD_NEW_WINDOW, &ZoTerm::NewWindow, After::Focus},
+    {CMD_LOAD_MACROS, CMD_LOAD_MACROS, nullptr, After::Nothing},
+    {CMD_SEND_IMAGE, CMD_SEND_IMAGE, nullptr, After::Nothing},
+    {CMD_CONTENTS, CMD_CONTENTS, nullptr, After::Nothing},
+    {CMD_ABOUT, CMD_ABOUT, nullptr, After::Nothing},
+    {CMD_OPTIONS, CMD_OPTIONS, nullptr, After::Nothing},
+    {CMD_PORT_OTHER, CMD_PORT_OTHER, nullptr, After::Nothing},
+    {CMD_FOCUS, CMD_FOCUS, nullptr, After::Focus},
+    {CMD_SUMMARY, CMD_SUMMARY, nullptr, After::Nothing},
+    {CMD_DEVICE_DEFAULT, CMD_DEVICE_MP3, &ZoTerm::SelectMenuDevice, After::Nothing},
+    {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, nullptr, After::Nothing},
+    {CMD_RECEIVE_FILE, CMD_RECEIVE_FILE, nullptr, After::Nothing},
+    {CMD_ARRANGE, CMD_ARRANGE, nullptr, After::Focus},
+};
+
+} // namespace
+
+LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
+    if (command == IDC_COMMAND)
+        return notification == EnterPressed ? SendTypedLine() : 0;
+    for (const Command& entry : Commands) {
+        if (command < entry.first || command > entry.last)
+            continue;
+        if (entry.run)
+            (this->*entry.run)(command);
+        if (entry.after == After::Focus)
+            SetFocus(m_hCommand);
+        return 0;
+    }
+    return 0;
+}
+
+void ZoTerm::Reboot(WORD) {
+    Port->SendCommand("reboot");
+}
+
+void ZoTerm::Exit(WORD) {
+    PostMessageA(m_hWnd, WM_CLOSE, 0, 0);
+}
+
+void ZoTerm::ClearOutput(WORD) {
+    EmptyOutputPane();
+    SetFocus(m_hCommand);
+    m_OutputCount = 0;
+    SetStatusFill(0);
+}
+
+void ZoTerm::NewWindow(WORD) {
+    SendMessageA(m_Dispatcher, DispatcherRequest, MAKEWPARAM(RequestNewTerminal, m_Slot), 0);
+}

@@ -1,0 +1,109 @@
+// The controls of a terminal window: their creation, layout and colors.
+
+#include "terminal/ZoTerm.h"
+
+#include <initializer_list>
+
+namespace {
+
+int WindowHeight(HWND window) {
+    RECT rect = {};
+    GetWindowRect(window, &rect);
+    return rect.bottom - rect.top;
+}
+
+void DestroyControl(HWND& control) {
+    if (control)
+        DestroyWindow(control);
+    control = nullptr;
+}
+
+template <typename Object> void DeleteAndClear(Object& object) {
+    if (object)
+        DeleteObject(object);
+    object = nullptr;
+}
+
+} // namespace
+
+bool ZoTerm::CreateControls(HWND window) {
+    m_hWnd = window;
+    CreateRebar();
+    CreateToolbar();
+    if (!CreateOutputPane())
+        return false;
+    m_Busy = 0;
+    if (!CreateCommandBox())
+        return false;
+    FillToolbar();
+    InsertToolbarBand();
+    if (!CreateStatusBar())
+        return false;
+    m_OutputCount = 0;
+    SetStatusFill(0);
+
+    m_hFont = CreateFontIndirectA(&m_Font);
+    if (m_hFont) {
+        SendMessageA(m_hOutput, WM_SETFONT, reinterpret_cast<WPARAM>(m_hFont), FALSE);
+        SendMessageA(m_hCommand, WM_SETFONT, reinterpret_cast<WPARAM>(m_hFont), FALSE);
+    }
+    SubclassCommandEdit();
+    SubclassOutput();
+    return true;
+}
+
+void ZoTerm::DestroyControls() {
+    for (HWND* control : {&m_hToolbar, &m_hRebar, &m_hStatus, &m_hCommand, &m_hOutput})
+        DestroyControl(*control);
+    if (m_ToolbarImages)
+        ImageList_Destroy(m_ToolbarImages);
+    m_ToolbarImages = nullptr;
+    DeleteAndClear(m_hFont);
+    DeleteAndClear(m_BandBitmap);
+}
+
+LRESULT ZoTerm::OnSize(WPARAM wParam, LPARAM lParam) {
+    SendMessageA(m_hStatus, WM_SIZE, wParam, lParam);
+    LayOutStatusBar(LOWORD(lParam));
+    SendMessageA(m_hRebar, WM_SIZE, wParam, lParam);
+    SendMessageA(m_hCommand, WM_SETFONT, reinterpret_cast<WPARAM>(m_hFont), TRUE);
+    SendMessageA(m_hCommand, WM_SIZE, wParam, lParam);
+    LayOutPane(LOWORD(lParam), HIWORD(lParam));
+    RememberWindow();
+    return 0;
+}
+
+void ZoTerm::LayOutPane(int width, int height) {
+    const int status = WindowHeight(m_hStatus);
+    const int rebar = WindowHeight(m_hRebar);
+    const int command = WindowHeight(m_hCommand);
+    MoveWindow(m_hOutput, 0, rebar - 3, width, height + 1 - status - rebar - command, TRUE);
+    // The height of a drop-down combo box includes its list.
+    MoveWindow(m_hCommand, 0, height - status - command, width, height - status, TRUE);
+}
+
+void ZoTerm::RememberWindow() {
+    if (!IsIconic(m_hWnd)) {
+        RECT rect = {};
+        GetWindowRect(m_hWnd, &rect);
+        m_WindowX = rect.left;
+        m_WindowY = rect.top;
+        m_WindowWidth = rect.right - rect.left;
+        m_WindowHeight = rect.bottom - rect.top;
+    }
+    if (IsWindowVisible(m_hWnd)) {
+        WINDOWPLACEMENT placement = {};
+        placement.length = sizeof(placement);
+        GetWindowPlacement(m_hWnd, &placement);
+        m_ShowCmd = static_cast<std::int32_t>(placement.showCmd);
+    }
+}
+
+// The command box's edit field asks in its own name.
+LRESULT ZoTerm::OnControlColor(HDC context, HWND control) {
+    const int background = IsWindowEnabled(m_hCommand) ? COLOR_WINDOW : COLOR_BTNFACE;
+    if (control == m_hOutput || control == m_hCommand || GetParent(control) == m_hCommand)
+        SetTextColor(context, m_TextColor);
+    SetBkColor(context, GetSysColor(background));
+    return reinterpret_cast<LRESULT>(GetSysColorBrush(background));
+}

@@ -1,0 +1,118 @@
+// The output pane, and the way of the device's text from the link into pane, log and gauge.
+
+#include "terminal/Module.h"
+#include "terminal/Timers.h"
+#include "terminal/ZoTerm.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::uint32_t ChunkSize = 255;    // bytes taken from the link at a time
+constexpr std::uint32_t DrainLimit = 16384; // bytes of one drain; the next follows by message
+constexpr DWORD AppendPeriod = 30;          // ms between appends to the pane
+constexpr UINT GaugePeriod = 100;           // ms
+constexpr std::uint32_t GaugeRestarts = 10;
+
+LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam) {
+    const auto* terminal =
+        reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(pane), GWLP_USERDATA));
+    if (!terminal)
+        return DefWindowProcA(pane, message, wParam, lParam);
+    return CallWindowProcA(terminal->m_OldOutputProc, pane, message, wParam, lParam);
+}
+
+} // namespace
+
+bool ZoTerm::CreateOutputPane() {
+    m_hOutput = CreateWindowExA(WS_EX_CLIENTEDGE | WS_EX_ACCEPTFILES, "EDIT", "",
+                                WS_CHILD | WS_VISIBLE | WS_BORDER | WS_VSCROLL | WS_HSCROLL |
+                                    ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL,
+                                0, 0, 0, 0, m_hWnd, nullptr, ProgramModule, nullptr);
+    SendMessageA(m_hOutput, EM_LIMITTEXT, PaneLimit, 0);
+    return m_hOutput != nullptr;
+}
+
+void ZoTerm::SubclassOutput() {
+    m_OldOutputProc = reinterpret_cast<WNDPROC>(
+        SetWindowLongPtrA(m_hOutput, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&OutputEditProc)));
+}
+
+void ZoTerm::ShowPortOutput() {
+    Port->TakeTextNotice();
+    char chunk[ChunkSize];
+    std::uint32_t drained = 0;
+    std::uint32_t count = ChunkSize;
+    while (drained < DrainLimit && Port->ReadText(chunk, &count) && count > 0) {
+        QueuePaneText(chunk, count);
+        WriteLog(chunk, count);
+        m_OutputCount += count;
+        drained += count;
+        count = ChunkSize;
+    }
+    if (drained >= DrainLimit) // other messages come first
+        PostMessageA(m_hWnd, LinkMessage, NotifyText, 0);
+
+    const std::uint64_t since = GetTickCount64() - m_PaneAppendedAt;
+    if (since >= AppendPeriod)
+        FlushPaneText();
+    else if (!m_PaneTimerRuns)
+        m_PaneTimerRuns =
+            SetTimer(m_hWnd, PaneTimerId, AppendPeriod - static_cast<UINT>(since), nullptr) != 0;
+    RestartGaugeTimer();
+}
+
+void ZoTerm::WriteLog(const char* bytes, std::uint32_t count) {
+    DWORD written = 0;
+    if (m_LogHandle && m_UseLogFile)
+        WriteFile(m_LogHandle, bytes, count, &written, nullptr);
+}
+
+// The pane is a text control and cannot hold NULs; what does not fit into it is not shown.
+void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
+    for (std::uint32_t i = 0; i < count && m_PaneTextCount < PaneLimit; ++i) {
+        if (bytes[i])
+            m_PaneText[m_PaneTextCount++] = bytes[i];
+    }
+}
+
+// Appends what is queued, as one text: a control's append costs much the same for any length.
+void ZoTerm::FlushPaneText() {
+    if (m_PaneTimerRuns)
+        KillTimer(m_hWnd, PaneTimerId);
+    m_PaneTimerRuns = false;
+
+    const auto length = static_cast<std::uint32_t>(GetWindowTextLengthA(m_hOutput));
+    const std::uint32_t shown = std::min(m_PaneTextCount, PaneLimit - std::min(length, PaneLimit));
+    m_PaneTextCount = 0;
+    if (shown == 0)
+        return;
+    m_PaneText[shown] = '\0';
+    SendMessageA(m_hOutput, EM_SETSEL, length, length);
+    SendMessageA(m_hOutput, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(m_PaneText));
+    m_PaneAppendedAt = GetTickCount64();
+}
+
+void ZoTerm::EmptyOutputPane() {
+    m_PaneTextCount = 0;
+    SetWindowTextA(m_hOutput, "");
+}
+
+// Brings the gauge up to date 100 ms after the last burst of text, and at the latest 100 ms
+// after the tenth burst since its last update.
+void ZoTerm::RestartGaugeTimer() {
+    if (m_TimerRestarts >= GaugeRestarts)
+        return;
+    // Setting a timer that runs starts it anew.
+    m_Timer = static_cast<std::uint32_t>(SetTimer(m_hWnd, GaugeTimerId, GaugePeriod, nullptr));
+    ++m_TimerRestarts;
+}
+
+LRESULT ZoTerm::OnGaugeTimer() {
+    KillTimer(m_hWnd, m_Timer);
+    m_Timer = 0;
+    m_TimerRestarts = 0;
+    m_OutputCount = std::min(m_OutputCount, PaneLimit);
+    SetStatusFill(m_OutputCount);
+    return 0;
+}

@@ -1,0 +1,146 @@
+// The Port, Baud Rate and Device menus, and what a connection or a file operation enables.
+
+#include "base/Text.h"
+#include "resources/resource.h"
+#include "terminal/ZoTerm.h"
+
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+enum TopMenu { FileMenu, ViewMenu, PortMenu, BaudMenu, MacrosMenu, DeviceMenu };
+
+constexpr std::uint32_t InputBufferSize = 4096;
+constexpr std::int32_t OtherPortPosition = 5;
+
+constexpr std::uint32_t BaudRates[] = {2400, 4800, 9600, 19200, 38400, 57600, 115200};
+
+struct Device {
+    WORD command;
+    const char* name;
+    UINT position;
+};
+
+constexpr Device Devices[] = {
+    {CMD_DEVICE_DEFAULT, "default", 0},
+    {CMD_DEVICE_A, "a", 1},
+    {CMD_DEVICE_B, "b", 2},
+    {CMD_DEVICE_MP3, "MP3", 3},
+};
+constexpr UINT CustomDevicePosition = 5;
+
+constexpr TopMenu BusyMenus[] = {FileMenu, PortMenu, BaudMenu, MacrosMenu, DeviceMenu};
+
+// What needs an open port: positions of the File menu and toolbar buttons.
+constexpr UINT ConnectedItems[] = {0, 1, 2};
+constexpr WORD ConnectedButtons[] = {CMD_BOOT_FILE, CMD_SEND_FILES, CMD_SEND_IMAGE};
+
+UINT ByPosition(bool on, UINT onFlag, UINT offFlag) {
+    return MF_BYPOSITION | (on ? onFlag : offFlag);
+}
+
+HMENU Popup(HWND window, TopMenu menu) {
+    return GetSubMenu(GetMenu(window), menu);
+}
+
+// Checks one position of a popup menu and no other; -1 checks none.
+void CheckOnly(HMENU popup, int checked) {
+    for (int i = 0; i < GetMenuItemCount(popup); ++i)
+        CheckMenuItem(popup, static_cast<UINT>(i),
+                      ByPosition(i == checked, MF_CHECKED, MF_UNCHECKED));
+}
+
+void EnableButton(HWND toolbar, WORD command, bool enable) {
+    SendMessageA(toolbar, TB_ENABLEBUTTON, command, MAKELPARAM(enable, 0));
+}
+
+int BaudRatePosition(std::uint32_t baud) {
+    for (std::size_t i = 0; i < std::size(BaudRates); ++i) {
+        if (BaudRates[i] == baud)
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+UINT DevicePosition(const char* name) {
+    for (const Device& device : Devices) {
+        if (std::strcmp(device.name, name) == 0)
+            return device.position;
+    }
+    return CustomDevicePosition;
+}
+
+} // namespace
+
+bool ZoTerm::OpenPort(std::int32_t number, std::uint32_t baud) {
+    char path[32];
+    FormatText(path, "\\\\.\\COM%d", static_cast<int>(number));
+    Port->Close();
+    const bool connected = number > 0 && Port->Open(path, baud, InputBufferSize);
+    if (connected)
+        m_BaudRate = baud;
+    m_PortNumber = connected ? number : 0;
+    CheckOnly(Popup(m_hWnd, PortMenu),
+              m_PortNumber < OtherPortPosition ? m_PortNumber : OtherPortPosition);
+    if (connected)
+        Port->SetNotify(m_hWnd, LinkMessage, NotifyText | NotifyTransfer);
+    ShowConnection(connected);
+
+    SelectBaudRate(m_BaudRate);
+    SetStatusPort(m_PortNumber);
+    char title[64];
+    if (connected)
+        FormatText(title, " Port: COM%d, %s", static_cast<int>(m_PortNumber), ProductTitle);
+    else
+        FormatText(title, " Port: NONE, %s", ProductTitle);
+    SetWindowTextA(m_hWnd, title);
+    return connected;
+}
+
+void ZoTerm::ShowConnection(bool connected) {
+    const HMENU file = Popup(m_hWnd, FileMenu);
+    for (const UINT position : ConnectedItems)
+        EnableMenuItem(file, position, ByPosition(connected, MF_ENABLED, MF_GRAYED));
+    for (const WORD command : ConnectedButtons)
+        EnableButton(m_hToolbar, command, connected);
+    EnableWindow(m_hCommand, connected);
+    EnableWindow(m_hOutput, connected);
+}
+
+bool ZoTerm::SelectBaudRate(std::uint32_t baud) {
+    const bool taken = Port->SetBaudRate(baud) || m_PortNumber == 0;
+    if (taken)
+        m_BaudRate = baud;
+    CheckOnly(Popup(m_hWnd, BaudMenu), BaudRatePosition(m_BaudRate));
+    SetFocus(m_hCommand);
+    return taken;
+}
+
+void ZoTerm::SelectDevice(const char* name) {
+    CopyText(m_DeviceName, name);
+    CheckOnly(Popup(m_hWnd, DeviceMenu), static_cast<int>(DevicePosition(m_DeviceName)));
+}
+
+void ZoTerm::EnableCommands(bool enable) {
+    const HMENU menu = GetMenu(m_hWnd);
+    for (const TopMenu popup : BusyMenus)
+        EnableMenuItem(menu, popup, ByPosition(enable, MF_ENABLED, MF_GRAYED));
+    m_Busy = enable ? 0 : 1;
+    for (const WORD command : ConnectedButtons)
+        EnableButton(m_hToolbar, command, enable);
+    EnableButton(m_hToolbar, CMD_RECEIVE_FILE, enable);
+    DrawMenuBar(m_hWnd);
+}
+
+void ZoTerm::SelectMenuBaudRate(WORD command) {
+    SelectBaudRate(BaudRates[command - CMD_BAUD_2400]);
+}
+
+void ZoTerm::OpenMenuPort(WORD command) {
+    OpenPort(command == CMD_PORT_NONE ? 0 : command - CMD_PORT_1 + 1, m_BaudRate);
+}
+
+void ZoTerm::SelectMenuDevice(WORD command) {
+    SelectDevice(Devices[command - CMD_DEVICE_DEFAULT].name);
+}

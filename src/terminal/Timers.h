@@ -1,0 +1,7 @@
+#pragma once
+
+#include <windows.h>
+
+// The terminal window's timers.
+constexpr UINT_PTR GaugeTimerId = 1;
+constexpr UINT_PTR PaneTimerId = 2;

@@ -1,0 +1,180 @@
+#pragma once
+
+// One terminal: a window, its controls and settings, and the serial link that it owns.
+// For the .cpp files of the program only; headers declare `class ZoTerm;`.
+
+#include "link/ComPort.h"
+
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <cstdint>
+
+// The first title of every terminal window and part of every later one. Windows whose title
+// holds it count as terminals.
+constexpr char ProductTitle[] = "Zorbel Console Terminal";
+
+constexpr char TerminalClassName[] = "cs_zoterm";
+constexpr std::uint32_t BatchBufferSize = 10000; // bytes of each file-operation buffer
+constexpr UINT LinkMessage = WM_APP;             // the link's notifications, NotifyKind in wParam
+
+// Everything runs on the GUI thread. Window messages reach one named handler each; commands are
+// the rows of a table (Commands.cpp).
+class ZoTerm {
+public:
+    static constexpr std::uint32_t PaneLimit = 65535; // characters the output pane holds
+    static constexpr std::uint32_t HistoryLines = 10; // lines the command box remembers
+    static constexpr std::size_t LineRoom = 256;      // a typed line and its NUL
+    static constexpr WORD EnterPressed = 13;          // the command box's notification code
+
+    // Settings (settings/SettingsStore.cpp). Missing and unusable values are replaced by their
+    // defaults, in memory and in the registry. Failures are silent.
+    void LoadSettings();
+    void LoadCommandHistory(); // needs the command box
+    void SaveSettings();       // needs the command box
+
+    // Window messages (TerminalWindow.cpp).
+    LRESULT OnCreate(HWND window);
+    LRESULT OnDestroy();
+    LRESULT OnActivate(WPARAM wParam);
+    LRESULT OnClose();
+    LRESULT OnCopyData();
+    LRESULT OnTimer(WPARAM timer);
+    LRESULT OnLinkNotice(WPARAM kind, LPARAM status);
+
+    // Commands (Commands.cpp). Answers what the window procedure answers.
+    LRESULT OnCommand(WORD command, WORD notification);
+    void Reboot(WORD command);
+    void Exit(WORD command);
+    void SelectMenuBaudRate(WORD command);
+    void OpenMenuPort(WORD command);
+    void ClearOutput(WORD command);
+    void NewWindow(WORD command);
+    void SelectMenuDevice(WORD command);
+
+    // Controls and layout (Controls.cpp). CreateControls answers zero when one is missing.
+    bool CreateControls(HWND window);
+    void DestroyControls();
+    LRESULT OnSize(WPARAM wParam, LPARAM lParam);
+    void LayOutPane(int width, int height);
+    void RememberWindow();
+    LRESULT OnControlColor(HDC context, HWND control);
+
+    // Rebar and toolbar (Toolbar.cpp).
+    void CreateRebar();
+    void CreateToolbar();
+    void FillToolbar();
+    void InsertToolbarBand();
+    LRESULT OnNotify(NMHDR* notification);
+
+    // Status bar (StatusBar.cpp).
+    bool CreateStatusBar();
+    void LayOutStatusBar(int width);
+    void SetStatusText(const char* text);
+    void SetStatusFill(std::uint32_t value);
+    void SetStatusPort(std::int32_t number);
+    LRESULT OnDrawItem(const DRAWITEMSTRUCT& item);
+
+    // Port, baud rate and device menus (PortMenus.cpp).
+    bool OpenPort(std::int32_t number, std::uint32_t baud); // true when COMn is open afterwards
+    bool SelectBaudRate(std::uint32_t baud);                // true when the rate was taken
+    void SelectDevice(const char* name);
+    void EnableCommands(bool enable); // false: a file operation starts; true: it has ended
+    void ShowConnection(bool connected);
+
+    // Command box (CommandBox.cpp).
+    bool CreateCommandBox();
+    void SubclassCommandEdit();
+    LRESULT SendTypedLine(); // answers nonzero when the device accepted it
+    void RememberLine(const char* line);
+
+    // Output pane (OutputPane.cpp).
+    bool CreateOutputPane();
+    void SubclassOutput();
+    void ShowPortOutput(); // moves what the link received into pane, log and counter
+    void WriteLog(const char* bytes, std::uint32_t count);
+    void QueuePaneText(const char* bytes, std::uint32_t count);
+    void FlushPaneText();
+    void EmptyOutputPane();
+    void RestartGaugeTimer();
+    LRESULT OnGaugeTimer();
+
+    HWND m_hWnd;
+    HWND m_hOutput;
+    std::uint32_t m_MusicSupport = 0;
+    std::int32_t m_MusicSupportCurrentExtention = -1;
+    std::int32_t m_MusicSupportExt = 0;
+    std::int32_t m_MusicSupportCurExt = 0;
+    char** m_MusicSupportExts = nullptr;
+    char** m_MusicSupportConverters = nullptr;
+    std::uint32_t* m_MusicSupportConverterNewExts = nullptr;
+    char** m_MusicSupportNewExts = nullptr;
+    char** m_MusicSupportCommands = nullptr;
+    std::uint32_t m_Busy;
+    HWND m_hCommand;
+    std::uint32_t m_ListOn;
+    std::int32_t m_WindowX;
+    std::int32_t m_WindowY;
+    std::int32_t m_WindowWidth;
+    std::int32_t m_WindowHeight;
+    std::int32_t m_ShowCmd;
+    LOGFONTA m_Font;
+    std::uint32_t m_TextColor;
+    HFONT m_hFont = nullptr;
+    WNDPROC m_OldCommandEditProc;
+    WNDPROC m_OldOutputProc;
+    char m_RegKeyPath[100];
+    char m_BootFile[MAX_PATH];
+    char m_ReceiveFile[MAX_PATH];
+    char m_ImageFile[MAX_PATH];
+    char* m_FileList = nullptr;
+    char* m_DeviceNames = nullptr;
+    std::uint32_t m_FileListSize = 0;
+    char* m_Results = nullptr;
+    char m_MacrosFile[MAX_PATH];
+    std::uint32_t m_BaudRate;
+    std::int32_t m_PortNumber;
+    const char* m_CurrentFile;
+    char* m_CurrentDeviceName;
+    char* m_CurrentResult;
+    char m_DeviceName[MAX_PATH];
+    char m_DeviceFileName[MAX_PATH];
+    HWND m_ProgressDialog = nullptr;
+    std::uint16_t m_Slot;
+    HWND m_Dispatcher = nullptr;
+    HWND m_hToolbar = nullptr;
+    HWND m_hRebar = nullptr;
+    HWND m_hStatus = nullptr;
+    HIMAGELIST m_ToolbarImages = nullptr;
+    std::uint32_t m_BatchBytesDone;
+    std::uint32_t m_BatchBytesTotal;
+    HANDLE m_LogHandle = nullptr;
+    char m_CmdWav[MAX_PATH];
+    char m_CmdErrWav[MAX_PATH];
+    char m_CompleteWav[MAX_PATH];
+    char m_SendMid[MAX_PATH];
+    char m_LogFile[MAX_PATH];
+    std::uint32_t m_ImageBlockSize;
+    std::uint32_t m_AskBeforeSendWrongFile;
+    std::uint32_t m_DisplaySummary;
+    std::uint32_t m_ShowProgress;
+    std::uint32_t m_UseLogFile;
+    std::uint32_t m_CancelRequested;
+    std::uint32_t m_ImageMode;
+    std::uint32_t m_OutputCount;
+    HIMAGELIST m_SummaryImages;
+    std::uint32_t m_Timer = 0;
+    std::uint32_t m_TimerRestarts = 0;
+    RECT m_SummaryRect;
+    std::int32_t m_SummaryColumnWidths[6];
+    ComPort* Port = nullptr;
+
+    HBITMAP m_BandBitmap = nullptr; // background of the rebar's band
+
+    // Text on its way into the pane, joined until the next append is due.
+    char* m_PaneText = nullptr; // PaneLimit + 1 characters
+    std::uint32_t m_PaneTextCount = 0;
+    std::uint64_t m_PaneAppendedAt = 0; // GetTickCount64 of the last append
+    bool m_PaneTimerRuns = false;
+};

@@ -1,0 +1,170 @@
+// The wire's codecs: checksum, reply lines, terminal text, packed lists.
+
+#include "link/codec/CommandSum.h"
+#include "link/codec/PackedList.h"
+#include "link/codec/ReplyLine.h"
+#include "link/codec/TerminalText.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string FromHex(const std::string& hex) {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+std::string Encode(const std::string& line) {
+    std::vector<std::uint8_t> wire(CommandLineRoom(line.size()));
+    std::uint32_t sum = 0xDEADBEEF; // left over from another line
+    const std::size_t length = EncodeCommandLine(line.c_str(), sum, wire.data());
+    return std::string(wire.begin(), wire.begin() + static_cast<std::ptrdiff_t>(length));
+}
+
+Reply Recognize(const std::string& line) {
+    return RecognizeReply(line.data(), line.size());
+}
+
+// What an input buffer of `size` bytes holds after an append.
+std::string Appended(const std::string& bytes, std::uint32_t size, std::uint8_t* answer = nullptr) {
+    std::vector<std::uint8_t> store(size);
+    InputBuffer buffer{store.data(), size, 0};
+    const std::uint8_t seen =
+        AppendText(buffer, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    if (answer)
+        *answer = seen;
+    return std::string(store.begin(), store.begin() + buffer.count);
+}
+
+std::string Packed(const std::vector<const char*>& names) {
+    const int count = static_cast<int>(names.size());
+    std::string list(PackedListSize(count, names.data()), '#');
+    EXPECT_TRUE(PackList(count, names.data(), list.data(), list.size()));
+    return list;
+}
+
+} // namespace
+
+TEST(CommandSum, GoldenLines) {
+    std::ifstream file(ZO_VECTORS "/command_lines.txt");
+    int lines = 0;
+    for (std::string row; std::getline(file, row);) {
+        std::string text;
+        std::string wire;
+        if (row.empty() || row[0] == '#' || !(std::istringstream(row) >> text >> wire))
+            continue;
+        EXPECT_EQ(Encode(FromHex(text)), FromHex(wire)) << row;
+        ++lines;
+    }
+    EXPECT_GE(lines, 4);
+}
+
+TEST(CommandSum, LineEndsAreOutsideTheSum) {
+    const std::string sumOfC = FromHex("C600");
+    EXPECT_EQ(Encode("c"), "c\n" + sumOfC);
+    EXPECT_EQ(Encode("c\n"), "c\n" + sumOfC);
+    EXPECT_EQ(Encode("c\r\n"), "c\r\n" + sumOfC);
+    EXPECT_EQ(Encode("c\r"), "c\r\n" + sumOfC);
+    EXPECT_EQ(Encode(""), FromHex("0A0000"));
+    EXPECT_EQ(Encode("\r\n\r\n"), FromHex("0D0A0D0A0000"));
+}
+
+TEST(CommandSum, HighCharactersCountAsNegative) {
+    // 0x80 widens to FFFFFF80, which shifts to FFFFFF00: bit 16 is set for the next character.
+    EXPECT_EQ(Encode("\x80"), FromHex("800A00FF"));
+    EXPECT_EQ(Encode("\x80"
+                     "A"),
+              FromHex("80410A83FE"));
+}
+
+TEST(ReplyLine, WordsCountOnlyAsWholeLinesInLowerCase) {
+    EXPECT_EQ(Recognize("ack").state, ReplyAck);
+    EXPECT_EQ(Recognize("nack").state, ReplyNack);
+    EXPECT_EQ(Recognize("cancel").state, ReplyCancel);
+    EXPECT_EQ(Recognize("can").state, ReplyCancel);
+    EXPECT_EQ(Recognize("done").state, ReplyDone);
+    EXPECT_FALSE(Recognize("ack").shown);
+    for (const char* text : {"ack ", "Ack", "acks", " ack", "", "canc", "Send1", "sen"}) {
+        EXPECT_EQ(Recognize(text).state, ReplyNone) << text;
+        EXPECT_TRUE(Recognize(text).shown) << text;
+    }
+    EXPECT_EQ(Recognize("Preparing to load ZoOS").state, ReplyAck);
+    EXPECT_TRUE(Recognize("Preparing to load ZoOS").shown);
+}
+
+TEST(ReplyLine, SendCarriesTheBlockDirectly) {
+    EXPECT_EQ(Recognize("send12").state, ReplySend);
+    EXPECT_EQ(Recognize("send12").block, 12U);
+    EXPECT_EQ(Recognize("send").block, 0U);
+    EXPECT_EQ(Recognize("send4294967297").block, 1U);
+    // A blank counts with its code minus 48, whatever that gives.
+    EXPECT_EQ(Recognize("send 7").block, 7U - 160U);
+    EXPECT_EQ(Recognize("send\xFF").block, 0U - 49U);
+}
+
+TEST(ReplyLine, LongLineKeepsItsFirst260Characters) {
+    LineBuffer line;
+    for (int i = 0; i < 300; ++i)
+        line.Add(static_cast<char>('a' + i % 26));
+    EXPECT_EQ(line.length, 260U);
+    EXPECT_EQ(line.text[259], 'a' + 259 % 26);
+    line.Clear();
+    line.Add('x');
+    EXPECT_EQ(std::string(line.text, line.length), "x");
+}
+
+TEST(TerminalText, LineEndsAndAnswerBytes) {
+    std::uint8_t answer = 9;
+    EXPECT_EQ(Appended("ab\r\ncd\n", 64, &answer), "ab\r\ncd\r\n");
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(Appended("x\x01y\x02z", 64, &answer), "xyz");
+    EXPECT_EQ(answer, AnswerRefused); // the first one counts
+    EXPECT_EQ(Appended(std::string("a\0\xFF", 3), 64), std::string("a\0\xFF", 3));
+}
+
+TEST(TerminalText, FullBufferDropsTheRestWholeLineEndsOnly) {
+    std::uint8_t answer = 9;
+    EXPECT_EQ(Appended("abcdefgh\x02", 5, &answer), "abcd");
+    EXPECT_EQ(answer, 0) << "an answer behind the drop is dropped too";
+    EXPECT_EQ(Appended("abc\nd", 5), "abc");
+    EXPECT_EQ(Appended("ab\nd", 5), "ab\r\n");
+
+    std::vector<std::uint8_t> store(8);
+    InputBuffer buffer{store.data(), 8, 0};
+    const std::uint8_t raw[] = {1, 2, 13, 10, 0, 255, 7, 8, 9};
+    AppendRaw(buffer, raw, sizeof(raw));
+    EXPECT_EQ(buffer.count, 7U);
+    EXPECT_TRUE(std::equal(raw, raw + 7, store.begin()));
+    AppendRaw(buffer, raw, sizeof(raw));
+    EXPECT_EQ(buffer.count, 7U);
+}
+
+TEST(TerminalText, TakingLeavesTheRestAtTheFront) {
+    std::vector<std::uint8_t> store = {'a', 'b', 'c', 'd', 'e', 0};
+    InputBuffer buffer{store.data(), 6, 5};
+    std::uint8_t out[255];
+    EXPECT_EQ(TakeFront(buffer, out, 2), 2U);
+    EXPECT_EQ(TakeFront(buffer, out, 255), 3U);
+    EXPECT_EQ(std::string(out, out + 3), "cde");
+    EXPECT_EQ(TakeFront(buffer, out, 255), 0U);
+}
+
+TEST(PackedList, NamesInOrderEndedByAnEmptyOne) {
+    EXPECT_EQ(Packed({"a.txt", "C:\\b c.bin"}), std::string("a.txt\0C:\\b c.bin\0\0", 18));
+    EXPECT_EQ(Packed({"", "x", ""}), std::string("x\0\0", 3));
+    EXPECT_EQ(Packed({}), std::string("\0", 1));
+}
+
+TEST(PackedList, ListThatDoesNotFitIsRefusedWhole) {
+    const char* names[] = {"first", "second"};
+    std::string list(13, '#');
+    EXPECT_FALSE(PackList(2, names, list.data(), list.size()));
+    EXPECT_EQ(list, std::string(13, '#'));
+}

@@ -1,0 +1,195 @@
+// The dispatcher's table of terminals, and the hand-over of files to running terminals.
+
+#include "resources/resource.h"
+#include "shell/Forwarding.h"
+#include "terminal/DispatcherRequest.h"
+#include "tests/support/Terminal.h"
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+class ShellTest : public TerminalTest {
+protected:
+    void OpenMore(int count) {
+        for (int i = 0; i < count; ++i)
+            Command(CMD_NEW_WINDOW);
+    }
+
+    // The terminal in a slot; null when there is none.
+    ZoTerm* InSlot(int slot) {
+        for (const HWND window : TerminalWindows()) {
+            if (TerminalOf(window).m_Slot == slot)
+                return &TerminalOf(window);
+        }
+        return nullptr;
+    }
+
+    void CloseSlot(int slot) { SendMessageA(InSlot(slot)->m_hWnd, WM_CLOSE, 0, 0); }
+};
+
+// Windows of the terminal class on a thread of their own, as another process has them. They
+// collect the lists that come, and answer as they are told.
+class OtherProcess {
+public:
+    OtherProcess(int windows, LRESULT answer) : m_Answer(answer) {
+        Current = this;
+        m_Thread = std::thread([this, windows] { Run(windows); });
+        WaitUntil([&] { return m_Ready.load(); });
+    }
+    ~OtherProcess() {
+        PostThreadMessageA(m_ThreadId, WM_QUIT, 0, 0);
+        m_Thread.join();
+    }
+    OtherProcess(const OtherProcess&) = delete;
+    OtherProcess& operator=(const OtherProcess&) = delete;
+
+    std::vector<std::string> Lists() {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        return m_Lists;
+    }
+
+private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        if (message == WM_COPYDATA)
+            return Current->Take(*reinterpret_cast<COPYDATASTRUCT*>(lParam));
+        return DefWindowProcA(window, message, wParam, lParam);
+    }
+
+    LRESULT Take(const COPYDATASTRUCT& data) {
+        const std::lock_guard<std::mutex> lock(m_Lock);
+        m_Lists.emplace_back(static_cast<const char*>(data.lpData), data.cbData);
+        return m_Answer;
+    }
+
+    void Run(int count) {
+        WNDCLASSA type = {};
+        type.lpfnWndProc = &Procedure;
+        type.lpszClassName = TerminalClassName;
+        UnregisterClassA(TerminalClassName, GetModuleHandleA(nullptr)); // real terminals' class
+        RegisterClassA(&type);
+        std::vector<HWND> windows;
+        for (int i = 0; i < count; ++i)
+            windows.push_back(CreateWindowExA(0, TerminalClassName, "other", WS_POPUP, 0, 0, 10, 10,
+                                              nullptr, nullptr, nullptr, nullptr));
+        m_ThreadId = GetCurrentThreadId();
+        m_Ready = true;
+        MSG message;
+        while (GetMessageA(&message, nullptr, 0, 0) > 0)
+            DispatchMessageA(&message);
+        for (const HWND window : windows)
+            DestroyWindow(window);
+        UnregisterClassA(TerminalClassName, nullptr);
+    }
+
+    static inline OtherProcess* Current = nullptr;
+
+    LRESULT m_Answer;
+    std::thread m_Thread;
+    std::atomic<DWORD> m_ThreadId{0};
+    std::atomic<bool> m_Ready{false};
+    std::mutex m_Lock;
+    std::vector<std::string> m_Lists;
+};
+
+} // namespace
+
+TEST_F(ShellTest, FreedSlotIsUsedAgain) {
+    Start();
+    OpenMore(4);
+    EXPECT_EQ(TerminalWindows().size(), 5U);
+    EXPECT_EQ(std::string(InSlot(4)->m_RegKeyPath), std::string(SettingsRoot) + "\\Instance4");
+    CloseSlot(2);
+    EXPECT_EQ(InSlot(2), nullptr);
+    OpenMore(1);
+    ASSERT_NE(InSlot(2), nullptr);
+    EXPECT_EQ(std::string(InSlot(2)->m_RegKeyPath), std::string(SettingsRoot) + "\\Instance4")
+        << "the number counts open windows, slots do not matter";
+}
+
+TEST_F(ShellTest, TwentyTerminalsAreAllAndCloseInAnyOrder) {
+    Start();
+    OpenMore(19);
+    ASSERT_EQ(TerminalWindows().size(), 20U);
+    OpenMore(1);
+    EXPECT_EQ(TerminalWindows().size(), 20U);
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_TRUE(IsWindow(dispatcher)) << i;
+        CloseSlot((i * 7 + 3) % 20);
+    }
+    EXPECT_FALSE(IsWindow(dispatcher));
+}
+
+TEST_F(ShellTest, UnknownRequestsAndSlotsAreIgnored) {
+    Start();
+    SendMessageA(dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, 7), 0);
+    SendMessageA(dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, 0xFFFF), 0);
+    SendMessageA(dispatcher, DispatcherRequest, MAKEWPARAM(99, 0), 0);
+    EXPECT_EQ(TerminalWindows().size(), 1U);
+}
+
+TEST_F(ShellTest, AcceleratorsReachTheActiveTerminalOnly) {
+    Start();
+    OpenMore(1);
+    SetActiveWindow(InSlot(1)->m_hWnd);
+    SendMessageA(dispatcher, WM_COMMAND, MAKEWPARAM(CMD_BAUD_2400, 1), 0);
+    EXPECT_EQ(InSlot(1)->m_BaudRate, 2400U);
+    EXPECT_EQ(InSlot(0)->m_BaudRate, 57600U);
+    SendMessageA(dispatcher, WM_COMMAND, MAKEWPARAM(CMD_BAUD_9600, 0), 0);
+    EXPECT_EQ(InSlot(1)->m_BaudRate, 2400U) << "a menu's command does not pass here";
+
+    const HWND dialog = CreateWindowExA(0, "STATIC", "Options", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50,
+                                        nullptr, nullptr, nullptr, nullptr);
+    SetActiveWindow(dialog);
+    SendMessageA(dispatcher, WM_COMMAND, MAKEWPARAM(CMD_BAUD_9600, 1), 0);
+    DestroyWindow(dialog);
+    EXPECT_EQ(InSlot(1)->m_BaudRate, 2400U);
+    EXPECT_EQ(InSlot(0)->m_BaudRate, 57600U);
+}
+
+TEST_F(ShellTest, WindowPlaceIsKeptForTheNextStart) {
+    Start();
+    SetWindowPos(terminal->m_hWnd, nullptr, 30, 40, 480, 320, SWP_NOZORDER);
+    SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
+    Start();
+    RECT rect = {};
+    GetWindowRect(terminal->m_hWnd, &rect);
+    EXPECT_EQ(rect.left, 30);
+    EXPECT_EQ(rect.top, 40);
+    EXPECT_EQ(rect.right - rect.left, 480);
+    EXPECT_EQ(rect.bottom - rect.top, 320);
+}
+
+TEST(Forwarding, EveryWindowGetsTheWholeListInOrder) {
+    OtherProcess other(3, 1);
+    const std::string longName(300, 'n'); // more than a path may have, and never cut
+    const char* arguments[] = {"ZoConsole.exe", "b.txt", longName.c_str(), "a b.txt"};
+    EXPECT_EQ(ForwardFiles(4, arguments), StartKind::ForwardedAll);
+    const std::string list =
+        std::string("b.txt\0", 6) + longName + std::string("\0a b.txt\0\0", 10);
+    EXPECT_EQ(other.Lists(), std::vector<std::string>(3, list));
+}
+
+TEST(Forwarding, RefusalIsTold) {
+    OtherProcess other(2, 0);
+    const char* arguments[] = {"ZoConsole.exe", "a.txt"};
+    EXPECT_EQ(ForwardFiles(2, arguments), StartKind::ForwardedSome);
+    EXPECT_EQ(other.Lists().size(), 2U);
+}
+
+TEST(Forwarding, MoreWindowsThanOneWaitCovers) {
+    OtherProcess other(70, 1);
+    const char* arguments[] = {"ZoConsole.exe", "a.txt"};
+    EXPECT_EQ(ForwardFiles(2, arguments), StartKind::ForwardedAll);
+    EXPECT_EQ(other.Lists().size(), 70U);
+}
+
+TEST(Forwarding, WithoutFilesOrTerminalsTheStartIsAnInstance) {
+    const char* arguments[] = {"ZoConsole.exe", "a.txt"};
+    EXPECT_EQ(ForwardFiles(2, arguments), StartKind::Instance) << "no terminal runs";
+    OtherProcess other(1, 1);
+    EXPECT_EQ(ForwardFiles(1, arguments), StartKind::Instance) << "no file is named";
+    EXPECT_TRUE(other.Lists().empty());
+}

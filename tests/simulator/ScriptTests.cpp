@@ -1,0 +1,128 @@
+#include "VirtualLine.h"
+
+#include "simulator/SimOptions.h"
+
+using namespace simtest;
+
+namespace {
+
+// What the device answers to "c", given once the start banner is out.
+std::vector<Chunk> ChunksOfC(VirtualLine& line) {
+    line.Send(Wire("c"));
+    return line.Chunks(2000);
+}
+
+const std::string Usual = "\x02"
+                          "c\r\nzorbel> ";
+
+} // namespace
+
+TEST(Faults, EachHitsItsCommandOnly) {
+    VirtualLine line({}, "# the first stays well\r\n"
+                         "2 silent\r\n\tnext  refuse\r\n\r\nnext late 1500\n"
+                         "5 split 2 40\n");
+    line.Wait(100);
+    EXPECT_EQ(line.Ask("c"), Usual);
+    EXPECT_EQ(line.Ask("reboot"), ""); // neither answered nor carried out
+    EXPECT_EQ(line.Ask("reboot"), "\x01");
+    line.Send(Wire("c"));
+    EXPECT_EQ(line.Wait(1499), "");
+    EXPECT_EQ(line.Wait(1), Usual);
+
+    const sim::Millis sent = line.now;
+    std::string all;
+    std::size_t piece = 0;
+    for (const Chunk& chunk : ChunksOfC(line)) {
+        EXPECT_EQ(chunk.time, sent + 20 + 40 * piece++);
+        EXPECT_EQ(chunk.bytes.size(), 2U);
+        all += chunk.bytes;
+    }
+    EXPECT_EQ(all, Usual);
+    EXPECT_EQ(ChunksOfC(line).size(), 1U);
+}
+
+TEST(Faults, NoiseStandsAroundTheAnswerAndNeverLooksLikeOne) {
+    VirtualLine line({}, "every noise-before 2000 5\n2 noise-after 3 6\n3 noise-before 2000 5\n"
+                         "4 noise-before 2000 6");
+    line.Wait(100);
+    const std::string first = line.Ask("c");
+    ASSERT_EQ(first.size(), 2000 + Usual.size());
+    const std::string noise = first.substr(0, 2000);
+    EXPECT_EQ(first.substr(2000), Usual);
+    EXPECT_EQ(noise.find_first_of("\x01\x02"), std::string::npos);
+    const std::string second = line.Ask("c");
+    EXPECT_EQ(second.substr(0, 2001), noise + '\x02');
+    EXPECT_EQ(second.substr(2004), Usual.substr(1));
+    EXPECT_EQ(line.Ask("c"), first);
+    EXPECT_NE(line.Ask("c"), first);
+}
+
+TEST(Faults, EverySpareTheCommandsWithTheirOwn) {
+    VirtualLine line({}, "every late 500\n2 late 15\n2 refuse");
+    line.Wait(100);
+    for (const sim::Millis expected : {500U, 15U, 500U}) {
+        const sim::Millis sent = line.now;
+        const std::vector<Chunk> chunks = ChunksOfC(line);
+        ASSERT_EQ(chunks.size(), 1U);
+        EXPECT_EQ(chunks[0].time - sent, expected);
+        EXPECT_EQ(chunks[0].bytes, expected == 15 ? "\x01" : Usual);
+    }
+}
+
+TEST(Script, BadLinesAreReportedByNumberAndGoodOnesKept) {
+    const char* const bad[] = {
+        "sometimes refuse",
+        "0 refuse",
+        "-1 refuse",
+        "1x refuse",
+        "next",
+        "next explode",
+        "next refuse 1",
+        "next late",
+        "next late soon",
+        "next late 14",
+        "next late 60001",
+        "next split 5",
+        "1 late 200",
+        "every silent",
+        "next split 1 1 1",
+        "next noise-before 1 4294967296",
+    };
+    std::string text = "1 late 100\nevery silent\n";
+    for (const char* line : bad) {
+        text += std::string(line) + "\n";
+    }
+    text += "next refuse";
+    sim::FaultScript script;
+    const std::vector<sim::ScriptError> errors = script.Parse(text);
+    ASSERT_EQ(errors.size(), std::size(bad));
+    for (std::size_t i = 0; i < errors.size(); ++i) {
+        EXPECT_EQ(errors[i].line, i + 3) << bad[i];
+        EXPECT_FALSE(errors[i].text.empty()) << bad[i];
+    }
+    ASSERT_NE(script.Find(sim::FaultKind::Refuse, 2), nullptr);
+    EXPECT_EQ(script.Find(sim::FaultKind::Refuse, 1), nullptr);
+    EXPECT_EQ(script.Find(sim::FaultKind::Late, 1)->numbers[0], 100U);
+    EXPECT_TRUE(script.Parse("").empty());
+    EXPECT_EQ(script.Find(sim::FaultKind::Refuse, 2), nullptr);
+}
+
+TEST(Options, AreReadWithinTheirRangesOrNotAtAll) {
+    sim::SimOptions options;
+    EXPECT_EQ(sim::ParseOptions({L"--port", L"COM7", L"--files", L"a b\u00FC", L"--pace", L"9600",
+                                 L"--text", L"1000"},
+                                options),
+              "");
+    EXPECT_EQ(options.port, 7U);
+    EXPECT_EQ(options.files, L"a b\u00FC");
+    EXPECT_EQ(options.pace, 9600U);
+    EXPECT_EQ(options.text, 1000U);
+    const std::vector<std::vector<std::wstring>> bad = {
+        {L"--port", L"7"},        {L"--port", L"COM"},   {L"--port", L"COM256"}, {L"--pace"},
+        {L"--pace", L"fast"},     {L"--pace", L"9600 "}, {L"--speed", L"1"},     {L"COM7"},
+        {L"--reply-delay", L"14"}};
+    for (const std::vector<std::wstring>& arguments : bad) {
+        EXPECT_NE(sim::ParseOptions(arguments, options), "");
+    }
+    EXPECT_EQ(options.port, 7U);
+}

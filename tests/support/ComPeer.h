@@ -1,0 +1,37 @@
+#pragma once
+
+// The far end of the null modem, opened by the test itself to play the device byte by byte.
+
+#include "base/Owned.h"
+
+#include <string>
+
+// The two ends, from the environment: ZO_COM_PAIR holds "COM1,COM101" or another pair's names.
+struct ComPair {
+    std::string program;
+    std::string device;
+    int number = 0; // n of the program's end, COMn
+
+    std::string ProgramPath() const { return "\\\\.\\" + program; }
+};
+
+ComPair ReadComPair();
+
+class ComPeer {
+public:
+    ComPeer(); // opens the far end; the test fails when that does not work
+
+    void Send(const std::string& bytes);
+
+    // Reads until `count` bytes came or `limit` ms are over.
+    std::string Receive(std::size_t count, DWORD limit = 5000);
+
+    // Reads what comes until the line has been silent for `silence` ms.
+    std::string ReceiveRest(DWORD silence = 100);
+
+private:
+    OwnedHandle m_Handle;
+};
+
+// A command line on the wire, from its text.
+std::string OnTheWire(const std::string& line);

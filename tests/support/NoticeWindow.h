@@ -1,0 +1,44 @@
+#pragma once
+
+// A window that counts what a port posts to it.
+
+#include "link/ComPort.h"
+#include "tests/support/Wait.h"
+
+#include <map>
+
+class NoticeWindow {
+public:
+    static constexpr UINT Message = WM_APP;
+
+    NoticeWindow()
+        : m_Window(CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
+                                   nullptr)) {
+        SetWindowLongPtrA(m_Window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        SetWindowLongPtrA(m_Window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure));
+    }
+    ~NoticeWindow() { DestroyWindow(m_Window); }
+    NoticeWindow(const NoticeWindow&) = delete;
+    NoticeWindow& operator=(const NoticeWindow&) = delete;
+
+    HWND Handle() const { return m_Window; }
+
+    // How many notices of a kind have come since the last call.
+    int Take(NotifyKind kind) {
+        PumpMessages();
+        const int count = m_Counts[kind];
+        m_Counts[kind] = 0;
+        return count;
+    }
+
+private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        auto* self = reinterpret_cast<NoticeWindow*>(GetWindowLongPtrA(window, GWLP_USERDATA));
+        if (message == Message)
+            ++self->m_Counts[wParam];
+        return DefWindowProcA(window, message, wParam, lParam);
+    }
+
+    HWND m_Window;
+    std::map<WPARAM, int> m_Counts;
+};

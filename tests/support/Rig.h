@@ -1,0 +1,16 @@
+#pragma once
+
+// What the Linux rig adds to its null modem: recorded modem lines and a cable that can be cut.
+// On another null modem these answer nothing, and the tests do without.
+
+#include <optional>
+#include <string>
+
+// "DTR=1 RTS=0" for a port's name ("COM1"), as its program last set them.
+std::optional<std::string> RecordedModemLines(const std::string& port);
+
+// Takes the port away, as when its adapter is pulled. False where that cannot be done.
+bool CutCable(const std::string& port);
+
+// Brings it back; returns when the port can be opened again.
+void RestoreCable(const std::string& port);

@@ -1,0 +1,148 @@
+// Port, baud rate and device menus, and what follows the connection.
+
+#include "resources/resource.h"
+#include "tests/support/ComPeer.h"
+#include "tests/support/Rig.h"
+#include "tests/support/Terminal.h"
+
+#include <initializer_list>
+
+namespace {
+
+constexpr int FileMenu = 0;
+constexpr int PortMenu = 2;
+constexpr int BaudMenu = 3;
+constexpr int DeviceMenu = 5;
+
+class ConnectionTest : public TerminalTest {
+protected:
+    // Positions of a popup menu that carry a check mark, as text.
+    std::string Checked(int menu) {
+        std::string positions;
+        for (int i = 0; i < GetMenuItemCount(GetSubMenu(GetMenu(terminal->m_hWnd), menu)); ++i) {
+            if (ItemIsChecked(menu, i))
+                positions += std::to_string(i);
+        }
+        return positions;
+    }
+
+    void ExpectConnected(bool connected) {
+        for (int position : {0, 1, 2})
+            EXPECT_EQ(ItemIsGrayed(FileMenu, position), !connected) << position;
+        EXPECT_FALSE(ItemIsGrayed(FileMenu, 3)) << "receiving stays as it is";
+        for (const WORD command :
+             std::initializer_list<WORD>{CMD_BOOT_FILE, CMD_SEND_FILES, CMD_SEND_IMAGE})
+            EXPECT_EQ(ButtonIsEnabled(command), connected) << command;
+        EXPECT_TRUE(ButtonIsEnabled(CMD_RECEIVE_FILE));
+        EXPECT_EQ(IsWindowEnabled(terminal->m_hCommand) != 0, connected);
+        EXPECT_EQ(IsWindowEnabled(terminal->m_hOutput) != 0, connected);
+    }
+};
+
+} // namespace
+
+TEST_F(ConnectionTest, StartsDisconnectedWithoutASavedPort) {
+    Start();
+    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
+    EXPECT_EQ(Checked(PortMenu), "0");
+    EXPECT_EQ(Checked(BaudMenu), "5") << "57600";
+    EXPECT_EQ(Checked(DeviceMenu), "0");
+    ExpectConnected(false);
+}
+
+TEST_F(ConnectionTest, PortMenuOpensAndCloses) {
+    StartConnected();
+    const std::string name = ReadComPair().program;
+    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: " + name + ", Zorbel Console Terminal");
+    EXPECT_EQ(Checked(PortMenu), std::to_string(ReadComPair().number));
+    ExpectConnected(true);
+
+    Command(CMD_PORT_NONE);
+    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
+    EXPECT_EQ(Checked(PortMenu), "0");
+    ExpectConnected(false);
+
+    Command(static_cast<WORD>(CMD_PORT_1 + ReadComPair().number - 1));
+    EXPECT_EQ(terminal->m_PortNumber, ReadComPair().number);
+    ExpectConnected(true);
+}
+
+TEST_F(ConnectionTest, PortThatCannotBeOpenedLeavesNoneOpen) {
+    StartConnected();
+    EXPECT_FALSE(terminal->OpenPort(199, 9600));
+    EXPECT_EQ(terminal->m_PortNumber, 0);
+    EXPECT_EQ(terminal->m_BaudRate, 57600U) << "the rate of an open that failed is not taken";
+    ExpectConnected(false);
+    EXPECT_FALSE(terminal->OpenPort(-1, 9600));
+}
+
+TEST_F(ConnectionTest, HigherPortNumbersCheckOther) {
+    Start();
+    const int number = std::stoi(ReadComPair().device.substr(3));
+    ASSERT_TRUE(terminal->OpenPort(number, 9600));
+    EXPECT_EQ(Checked(PortMenu), number >= 5 ? "5" : std::to_string(number));
+    EXPECT_EQ(Checked(BaudMenu), "2");
+}
+
+TEST_F(ConnectionTest, BaudRateIsStoredClosedAndTakenOpen) {
+    Start();
+    Command(CMD_BAUD_115200);
+    EXPECT_EQ(terminal->m_BaudRate, 115200U);
+    EXPECT_EQ(Checked(BaudMenu), "6");
+    ASSERT_TRUE(terminal->OpenPort(ReadComPair().number, terminal->m_BaudRate));
+    Command(CMD_BAUD_2400);
+    DCB dcb = {};
+    dcb.DCBlength = sizeof(dcb);
+    GetCommState(terminal->Port->m_Handle, &dcb);
+    EXPECT_EQ(dcb.BaudRate, 2400U);
+    EXPECT_EQ(Checked(BaudMenu), "0");
+
+    EXPECT_TRUE(terminal->SelectBaudRate(300));
+    EXPECT_EQ(Checked(BaudMenu), "") << "no item stands for 300";
+}
+
+TEST_F(ConnectionTest, DeviceMenuTellsTheFolder) {
+    PlantText(std::string(SettingsRoot) + "\\Instance0", "DeviceName", "mp3");
+    Start();
+    EXPECT_EQ(Checked(DeviceMenu), "5") << "case counts";
+    Command(CMD_DEVICE_MP3);
+    EXPECT_STREQ(terminal->m_DeviceName, "MP3");
+    EXPECT_EQ(Checked(DeviceMenu), "3");
+    Command(CMD_DEVICE_A);
+    EXPECT_EQ(Checked(DeviceMenu), "1");
+    terminal->SelectDevice(std::string(400, 'd').c_str());
+    EXPECT_EQ(std::string(terminal->m_DeviceName).size(), std::size_t{MAX_PATH - 1});
+}
+
+TEST_F(ConnectionTest, BusyStateGraysMenusAndButtons) {
+    StartConnected();
+    const auto grayed = [&](UINT menu) {
+        return (GetMenuState(GetMenu(terminal->m_hWnd), menu, MF_BYPOSITION) & MF_GRAYED) != 0;
+    };
+    terminal->EnableCommands(false);
+    for (UINT menu = 0; menu < 8; ++menu)
+        EXPECT_EQ(grayed(menu), menu != 1 && menu != 6 && menu != 7) << menu;
+    EXPECT_NE(terminal->m_Busy, 0U);
+    EXPECT_FALSE(ButtonIsEnabled(CMD_RECEIVE_FILE));
+    terminal->EnableCommands(true);
+    for (UINT menu = 0; menu < 8; ++menu)
+        EXPECT_FALSE(grayed(menu)) << menu;
+    EXPECT_EQ(terminal->m_Busy, 0U);
+    EXPECT_TRUE(ButtonIsEnabled(CMD_RECEIVE_FILE));
+}
+
+TEST_F(ConnectionTest, PulledCableShowsTheDisconnectedState) {
+    StartConnected();
+    const ComPair pair = ReadComPair();
+    if (!CutCable(pair.program))
+        GTEST_SKIP() << "this null modem cannot be cut";
+    EXPECT_TRUE(WaitUntil([&] { return terminal->m_PortNumber == 0; }, 2000));
+    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
+    ExpectConnected(false);
+    RestoreCable(pair.program);
+    EXPECT_TRUE(terminal->OpenPort(pair.number, 57600));
+
+    // A notice that the lost port left behind must not close the new one.
+    SendMessageA(terminal->m_hWnd, LinkMessage, NotifyLost, 0);
+    EXPECT_EQ(terminal->m_PortNumber, pair.number);
+}

@@ -1,0 +1,370 @@
+// The terminal window: typed lines, device text, layout, toolbar, status bar.
+
+#include "resources/resource.h"
+#include "terminal/Timers.h"
+#include "tests/support/ComPeer.h"
+#include "tests/support/Terminal.h"
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <thread>
+
+namespace {
+
+class WindowTest : public TerminalTest {
+protected:
+    // Puts a line into the command box and presses Enter in its edit field, while the device
+    // answers. Returns what the device got.
+    std::string Enter(const std::string& line, const std::string& answer = "\x02") {
+        SetWindowTextA(terminal->m_hCommand, line.c_str());
+        std::string wire;
+        std::thread device([&] {
+            wire = peer->Receive(OnTheWire(line).size());
+            peer->Send(answer);
+        });
+        SendMessageA(GetDlgItem(terminal->m_hCommand, IDC_COMMAND_EDIT), WM_CHAR, 13, 0);
+        PumpMessages();
+        device.join();
+        return wire;
+    }
+
+    std::vector<std::string> History() {
+        std::vector<std::string> lines;
+        for (WPARAM i = 0;
+             i < static_cast<WPARAM>(SendMessageA(terminal->m_hCommand, CB_GETCOUNT, 0, 0)); ++i) {
+            char line[ZoTerm::LineRoom] = {};
+            SendMessageA(terminal->m_hCommand, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    bool PaneShows(const std::string& text) {
+        return WaitUntil([&] { return TextOf(terminal->m_hOutput) == text; });
+    }
+
+    void Resize(int clientWidth, int clientHeight) {
+        RECT window = {};
+        RECT client = {};
+        GetWindowRect(terminal->m_hWnd, &window);
+        GetClientRect(terminal->m_hWnd, &client);
+        SetWindowPos(terminal->m_hWnd, nullptr, 0, 0,
+                     clientWidth + (window.right - window.left) - client.right,
+                     clientHeight + (window.bottom - window.top) - client.bottom,
+                     SWP_NOMOVE | SWP_NOZORDER);
+        PumpMessages();
+    }
+
+    int ButtonImage(WORD command) {
+        TBBUTTONINFOA button = {};
+        button.cbSize = sizeof(button);
+        button.dwMask = TBIF_IMAGE;
+        SendMessageA(terminal->m_hToolbar, TB_GETBUTTONINFOA, command,
+                     reinterpret_cast<LPARAM>(&button));
+        return button.iImage;
+    }
+
+    void HotItemChange(WORD from, WORD to, DWORD flags) {
+        NMTBHOTITEM change = {};
+        change.hdr.hwndFrom = terminal->m_hToolbar;
+        change.hdr.code = TBN_HOTITEMCHANGE;
+        change.idOld = from;
+        change.idNew = to;
+        change.dwFlags = flags;
+        SendMessageA(terminal->m_hWnd, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&change));
+    }
+
+    std::unique_ptr<ComPeer> peer = std::make_unique<ComPeer>();
+};
+
+// The status bar's part as the terminal draws it, on a bitmap of its own.
+class PartCanvas {
+public:
+    static constexpr int Height = 20;
+
+    explicit PartCanvas(int width) : m_Width(width), m_Context(CreateCompatibleDC(nullptr)) {
+        const HDC screen = GetDC(nullptr);
+        m_Bitmap = CreateCompatibleBitmap(screen, width, Height);
+        ReleaseDC(nullptr, screen);
+        SelectObject(m_Context, m_Bitmap);
+    }
+    ~PartCanvas() {
+        DeleteDC(m_Context);
+        DeleteObject(m_Bitmap);
+    }
+    PartCanvas(const PartCanvas&) = delete;
+    PartCanvas& operator=(const PartCanvas&) = delete;
+
+    void Draw(HWND terminal, UINT part, ULONG_PTR value) {
+        RECT all = {0, 0, m_Width, Height};
+        FillRect(m_Context, &all, GetSysColorBrush(COLOR_WINDOW));
+        DRAWITEMSTRUCT item = {};
+        item.CtlID = IDC_STATUS_BAR;
+        item.itemID = part;
+        item.hDC = m_Context;
+        item.rcItem = all;
+        item.itemData = value;
+        SendMessageA(terminal, WM_DRAWITEM, IDC_STATUS_BAR, reinterpret_cast<LPARAM>(&item));
+    }
+
+    COLORREF At(int x) const { return GetPixel(m_Context, x, 1); } // above the text
+
+private:
+    int m_Width;
+    HDC m_Context;
+    HBITMAP m_Bitmap;
+};
+
+} // namespace
+
+TEST_F(WindowTest, EnterSendsTheLineAndKeepsItSelected) {
+    StartConnected();
+    EXPECT_EQ(Enter("dir"), OnTheWire("dir"));
+    EXPECT_EQ(TextOf(terminal->m_hCommand), "dir");
+    EXPECT_EQ(History(), std::vector<std::string>{"dir"});
+    DWORD from = 9;
+    DWORD to = 9;
+    SendMessageA(terminal->m_hCommand, CB_GETEDITSEL, reinterpret_cast<WPARAM>(&from),
+                 reinterpret_cast<LPARAM>(&to));
+    EXPECT_EQ(from, 0U);
+    EXPECT_EQ(to, 3U);
+    EXPECT_EQ(TextOf(terminal->m_hOutput), "") << "the terminal does not echo";
+    EXPECT_EQ(Enter(""), OnTheWire(""));
+    EXPECT_EQ(History(), std::vector<std::string>{"dir"});
+}
+
+TEST_F(WindowTest, WindowAnswersWhetherTheDeviceAccepted) {
+    StartConnected();
+    const auto answerTo = [&](const std::string& reply) {
+        SetWindowTextA(terminal->m_hCommand, "ver");
+        std::thread device([&] {
+            peer->Receive(OnTheWire("ver").size());
+            peer->Send(reply);
+        });
+        const LRESULT answer = SendMessageA(terminal->m_hWnd, WM_COMMAND,
+                                            MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed), 0);
+        device.join();
+        return answer;
+    };
+    EXPECT_NE(answerTo("\x02"), 0);
+    EXPECT_EQ(answerTo("\x01"), 0);
+}
+
+TEST_F(WindowTest, HistoryKeepsTenLinesAndIgnoresCase) {
+    StartConnected();
+    for (int i = 0; i < 11; ++i)
+        Enter("line" + std::to_string(i));
+    EXPECT_EQ(History().size(), 10U);
+    EXPECT_EQ(History().front(), "line10");
+    EXPECT_EQ(History().back(), "line1");
+    Enter("LINE5");
+    EXPECT_EQ(History().size(), 10U);
+    EXPECT_EQ(History().front(), "LINE5");
+    EXPECT_EQ(History().back(), "line1");
+
+    SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
+    EXPECT_EQ(FindValue(std::string(SettingsRoot) + "\\Instance0", "Command0"), "text:LINE5");
+    EXPECT_EQ(FindValue(std::string(SettingsRoot) + "\\Instance0", "Command9"), "text:line1");
+    Start();
+    EXPECT_EQ(History().front(), "LINE5");
+    EXPECT_EQ(History().size(), 10U);
+}
+
+TEST_F(WindowTest, EnterInTheOpenListDoesNotSend) {
+    StartConnected();
+    Enter("ver");
+    SendMessageA(terminal->m_hCommand, CB_SHOWDROPDOWN, TRUE, 0);
+    SendMessageA(GetDlgItem(terminal->m_hCommand, IDC_COMMAND_EDIT), WM_CHAR, 13, 0);
+    PumpMessages();
+    EXPECT_EQ(peer->ReceiveRest(), "");
+}
+
+TEST_F(WindowTest, TypedLineOfAnyLengthIsSentUpTo255Characters) {
+    StartConnected();
+    const std::string kept(255, 'k');
+    SetWindowTextA(terminal->m_hCommand, (kept + std::string(5000, 'x')).c_str());
+    std::string wire;
+    std::thread device([&] {
+        wire = peer->Receive(OnTheWire(kept).size());
+        peer->Send("\x02");
+    });
+    SendMessageA(terminal->m_hWnd, WM_COMMAND, MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed), 0);
+    device.join();
+    EXPECT_EQ(wire, OnTheWire(kept));
+    EXPECT_EQ(History(), std::vector<std::string>{kept});
+}
+
+TEST_F(WindowTest, RebootGoesOutAsACommandLine) {
+    StartConnected();
+    std::string wire;
+    std::thread device([&] {
+        wire = peer->Receive(9);
+        peer->Send("\x02");
+    });
+    SendMessageA(terminal->m_hWnd, WM_COMMAND, MAKEWPARAM(CMD_REBOOT, 1), 0);
+    device.join();
+    EXPECT_EQ(wire, std::string("reboot\n\x2C\x14"));
+}
+
+TEST_F(WindowTest, DeviceTextReachesPaneLogAndGaugeInOrder) {
+    char folder[MAX_PATH];
+    GetTempPathA(MAX_PATH, folder);
+    const std::string log = std::string(folder) + "zoconsole_test.log";
+    DeleteFileA(log.c_str());
+    const std::string key = std::string(SettingsRoot) + "\\Instance0";
+    PlantText(key, "LogFile", log);
+    PlantNumber(key, "UseLogFile", 1);
+    StartConnected();
+
+    std::string sent;
+    for (int i = 0; sent.size() < 1000; ++i)
+        sent += "row " + std::to_string(i) + std::string("\0\n", 2);
+    peer->Send(sent);
+    std::string logged;
+    std::string shown;
+    for (const char c : sent) {
+        logged += c == '\n' ? "\r\n" : std::string(1, c);
+        shown += c == '\n' ? "\r\n" : std::string(c ? 1 : 0, c);
+    }
+    EXPECT_TRUE(PaneShows(shown));
+    EXPECT_EQ(terminal->m_OutputCount, logged.size());
+    std::ifstream file(log, std::ios::binary); // readable while the terminal has it open
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), logged);
+    EXPECT_TRUE(WaitUntil([&] { return terminal->m_Timer == 0; }));
+    EXPECT_EQ(SendMessageA(terminal->m_hStatus, SB_GETTEXTLENGTHA, 1, 0) >> 16, SBT_OWNERDRAW);
+
+    Command(CMD_CLEAR);
+    EXPECT_EQ(TextOf(terminal->m_hOutput), "");
+    EXPECT_EQ(terminal->m_OutputCount, 0U);
+    SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
+    file.close();
+    DeleteFileA(log.c_str());
+}
+
+TEST_F(WindowTest, FullPaneStaysAsItIsAndCountsOn) {
+    StartConnected();
+    const std::string filler(65530, 'f');
+    SetWindowTextA(terminal->m_hOutput, filler.c_str());
+    terminal->m_OutputCount = 65530;
+    peer->Send("0123456789");
+    EXPECT_TRUE(PaneShows(filler + "01234"));
+    peer->Send("more");
+    EXPECT_TRUE(WaitUntil([&] { return terminal->m_OutputCount == 65544; }));
+    EXPECT_TRUE(WaitUntil([&] { return terminal->m_Timer == 0; }));
+    EXPECT_EQ(terminal->m_OutputCount, 65535U) << "the gauge stops at the limit";
+    EXPECT_TRUE(PaneShows(filler + "01234"));
+}
+
+TEST_F(WindowTest, FloodLeavesTheWindowAnswering) {
+    StartConnected();
+    std::atomic<bool> flooding{true};
+    std::atomic<bool> asking{true};
+    std::thread device([&] {
+        const std::string block(4000, 'z');
+        for (int i = 0; i < 250; ++i)
+            peer->Send(block);
+        flooding = false;
+    });
+    ULONGLONG slowest = 0;
+    std::thread user([&] {
+        while (flooding) {
+            const ULONGLONG start = GetTickCount64();
+            SendMessageA(terminal->m_hWnd, WM_NULL, 0, 0);
+            slowest = std::max(slowest, GetTickCount64() - start);
+        }
+        asking = false;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return !asking; }, 60000));
+    device.join();
+    user.join();
+    EXPECT_LT(slowest, 500U);
+    EXPECT_GT(terminal->m_OutputCount, 0U);
+}
+
+TEST_F(WindowTest, StatusPartsFollowTheWidth) {
+    Start();
+    const struct {
+        int width;
+        int edges[3];
+    } cases[] = {
+        {700, {300, 420, 700}},
+        {600, {300, 400, 600}},
+        {500, {300, 370, 500}},
+        {400, {260, 330, 400}},
+    };
+    for (const auto& expected : cases) {
+        Resize(expected.width, 300);
+        int edges[3] = {};
+        SendMessageA(terminal->m_hStatus, SB_GETPARTS, 3, reinterpret_cast<LPARAM>(edges));
+        EXPECT_TRUE(std::equal(edges, edges + 3, expected.edges))
+            << expected.width << ": " << edges[0] << ' ' << edges[1] << ' ' << edges[2];
+    }
+}
+
+TEST_F(WindowTest, PaneFillsWhatTheOtherControlsLeave) {
+    Start();
+    for (const int height : {200, 500}) {
+        Resize(640, height);
+        const auto box = [&](HWND control) {
+            RECT rect = {};
+            GetWindowRect(control, &rect);
+            MapWindowPoints(nullptr, terminal->m_hWnd, reinterpret_cast<POINT*>(&rect), 2);
+            return rect;
+        };
+        const RECT pane = box(terminal->m_hOutput);
+        const RECT command = box(terminal->m_hCommand);
+        EXPECT_EQ(pane.left, 0);
+        EXPECT_EQ(pane.right, 640);
+        EXPECT_EQ(pane.top, box(terminal->m_hRebar).bottom - 3);
+        EXPECT_EQ(pane.bottom, command.top - 2);
+        EXPECT_EQ(command.bottom, box(terminal->m_hStatus).top);
+        RECT window = {};
+        GetWindowRect(terminal->m_hWnd, &window);
+        EXPECT_EQ(terminal->m_WindowX, window.left);
+        EXPECT_EQ(terminal->m_WindowHeight, window.bottom - window.top);
+    }
+}
+
+TEST_F(WindowTest, HotPictureFollowsTheMouse) {
+    StartConnected();
+    HotItemChange(0, CMD_SEND_FILES, HICF_ENTERING);
+    EXPECT_EQ(ButtonImage(CMD_SEND_FILES), 2 + 9);
+    HotItemChange(CMD_SEND_FILES, CMD_SEND_IMAGE, HICF_MOUSE);
+    EXPECT_EQ(ButtonImage(CMD_SEND_FILES), 2);
+    EXPECT_EQ(ButtonImage(CMD_SEND_IMAGE), 3 + 9);
+    HotItemChange(CMD_SEND_IMAGE, 0, HICF_LEAVING);
+    EXPECT_EQ(ButtonImage(CMD_SEND_IMAGE), 3);
+    HotItemChange(0, CMD_SEND_IMAGE, HICF_ENTERING);
+    HotItemChange(0, CMD_SEND_IMAGE, HICF_ENTERING);
+    EXPECT_EQ(ButtonImage(CMD_SEND_IMAGE), 3 + 9) << "a hot picture has no hotter twin";
+
+    Command(CMD_PORT_NONE);
+    HotItemChange(0, CMD_BOOT_FILE, HICF_ENTERING);
+    EXPECT_EQ(ButtonImage(CMD_BOOT_FILE), 1) << "a disabled button stays as it is";
+}
+
+TEST_F(WindowTest, GaugeFillsInTwentySteps) {
+    Start();
+    PartCanvas canvas(120);
+    const COLORREF empty = GetSysColor(COLOR_WINDOW);
+    const auto segments = [&](ULONG_PTR value) {
+        canvas.Draw(terminal->m_hWnd, 1, value);
+        int filled = 0;
+        for (int k = 0; k < 20; ++k)
+            filled += canvas.At(k * 6 + 3) != empty ? 1 : 0;
+        return filled;
+    };
+    EXPECT_EQ(segments(0), 0);
+    EXPECT_EQ(segments(32768), 10);
+    EXPECT_EQ(segments(65535), 20);
+    EXPECT_EQ(canvas.At(3), RGB(55, 55, 55));
+    EXPECT_EQ(canvas.At(60), RGB(155, 155, 155));
+    PartCanvas narrow(19);
+    narrow.Draw(terminal->m_hWnd, 1, 65535);
+    EXPECT_EQ(narrow.At(1), empty);
+}
