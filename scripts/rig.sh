@@ -9,11 +9,12 @@
 #   rig_device COM1=/dev/...   a real serial device in place of a null modem
 #   rig_theming on|off         Wine's themes
 #   rig_wine PROGRAM [ARG...]  runs a Windows program and waits for it
+#   rig_start PROGRAM [ARG...] runs one in the background
 #   rig_setting NAME TYPE DATA a setting of the first terminal
 
 rig_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 rig_build=$rig_root/build
-rig_tools=$rig_build/native/tests/rig
+rig_tools=$rig_build/native/simulator/cable
 rig_version=1 # a prefix of another version is made anew
 rig_pids=()
 
@@ -30,6 +31,12 @@ rig_settings='HKCU\Software\Zorbel\ZoConsole\Instance0'
 # The preload library goes into Wine's processes only, its server among them.
 rig_wine() {
   LD_PRELOAD=$rig_tools/libmodemlines.so "$rig_loader" "$@"
+}
+
+# The same in the background; rig_pids[-1] is its process.
+rig_start() {
+  LD_PRELOAD=$rig_tools/libmodemlines.so "$rig_loader" "$@" {rig_lock}>&- &
+  rig_pids+=($!)
 }
 
 rig_registry() {

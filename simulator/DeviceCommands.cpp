@@ -16,18 +16,15 @@ const ZorbelDevice::Command ZorbelDevice::Commands[] = {
 };
 
 const ZorbelDevice::Command* ZorbelDevice::FindCommand(std::string_view name) {
-    for (const Command& command : Commands) {
-        if (command.name == name) {
+    for (const Command& command : Commands)
+        if (command.name == name)
             return &command;
-        }
-    }
     return nullptr;
 }
 
 bool ZorbelDevice::RunHelp(Call& call) {
-    for (const Command& command : Commands) {
+    for (const Command& command : Commands)
         call.output.append(command.usage).append("\r\n");
-    }
     return true;
 }
 
@@ -41,14 +38,11 @@ bool ZorbelDevice::RunDir(Call& call) {
         call.output = "no storage, the device is empty\r\n";
         return true;
     }
-    if (!call.arguments.empty()) {
+    if (!call.arguments.empty())
         return ListFolder(call.arguments, call.output);
-    }
-    for (const std::string_view folder : DeviceFiles::Folders) {
-        if (!ListFolder(folder, call.output)) {
+    for (const std::string_view folder : DeviceFiles::Folders)
+        if (!ListFolder(folder, call.output))
             return false;
-        }
-    }
     return true;
 }
 

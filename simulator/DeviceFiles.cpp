@@ -29,9 +29,8 @@ bool DeviceFiles::IsFolder(std::string_view folder) {
 }
 
 bool DeviceFiles::List(std::string_view folder, std::vector<DeviceFile>& files) const {
-    if (!HasStorage() || !IsFolder(folder)) {
+    if (!HasStorage() || !IsFolder(folder))
         return false;
-    }
     std::vector<DeviceFile> found;
     std::error_code error;
     fs::directory_iterator entry(m_Root / folder, error);
@@ -43,15 +42,13 @@ bool DeviceFiles::List(std::string_view folder, std::vector<DeviceFile>& files) 
         std::error_code skipped; // a file that vanishes meanwhile is no error of the folder
         if (entry->is_regular_file(skipped)) {
             const std::uintmax_t size = entry->file_size(skipped);
-            if (!skipped) {
+            if (!skipped)
                 found.push_back({DeviceName(entry->path()), size});
-            }
         }
         entry.increment(error);
     }
-    if (error) {
+    if (error)
         return false;
-    }
     std::sort(found.begin(), found.end(),
               [](const DeviceFile& a, const DeviceFile& b) { return a.name < b.name; });
     files = std::move(found);

@@ -58,12 +58,10 @@ std::string Wanted(const FaultRule& rule) {
 bool ParseNumbers(const FaultRule& rule, std::string_view rest, Fault& fault) {
     for (std::size_t i = 0; i < rule.numbers.size(); ++i) {
         const NumberRule& number = rule.numbers[i];
-        if (number.name.empty()) {
+        if (number.name.empty())
             break;
-        }
-        if (!ParseNumber(NextWord(rest), number.low, number.high, fault.numbers[i])) {
+        if (!ParseNumber(NextWord(rest), number.low, number.high, fault.numbers[i]))
             return false;
-        }
     }
     return rest.empty();
 }
@@ -77,13 +75,11 @@ std::vector<ScriptError> FaultScript::Parse(std::string_view script) {
     for (std::size_t number = 1; !script.empty(); ++number) {
         std::string_view line = script.substr(0, script.find('\n'));
         script.remove_prefix(std::min(line.size() + 1, script.size()));
-        if (!line.empty() && line.back() == '\r') {
+        if (!line.empty() && line.back() == '\r')
             line.remove_suffix(1);
-        }
         std::string error = ParseLine(line);
-        if (!error.empty()) {
+        if (!error.empty())
             errors.push_back({number, std::move(error)});
-        }
     }
     return errors;
 }
@@ -91,15 +87,12 @@ std::vector<ScriptError> FaultScript::Parse(std::string_view script) {
 const Fault* FaultScript::Find(FaultKind kind, std::uint32_t command) const {
     const Fault* every = nullptr;
     for (const Fault& fault : m_Faults) {
-        if (fault.kind != kind) {
+        if (fault.kind != kind)
             continue;
-        }
-        if (fault.command == command) {
+        if (fault.command == command)
             return &fault;
-        }
-        if (fault.command == EveryCommand) {
+        if (fault.command == EveryCommand)
             every = &fault;
-        }
     }
     return every;
 }
@@ -107,30 +100,24 @@ const Fault* FaultScript::Find(FaultKind kind, std::uint32_t command) const {
 // Returns what is wrong with the line; an empty text when nothing is.
 std::string FaultScript::ParseLine(std::string_view line) {
     const std::string_view when = NextWord(line);
-    if (when.empty() || when.front() == '#') {
+    if (when.empty() || when.front() == '#')
         return {};
-    }
     Fault fault;
     std::string error = ParseWhen(when, fault.command);
-    if (!error.empty()) {
+    if (!error.empty())
         return error;
-    }
     const std::string_view name = NextWord(line);
     const FaultRule* const rule = FindRule(name);
-    if (rule == nullptr) {
+    if (rule == nullptr)
         return "unknown fault: " + Printable(name);
-    }
     fault.kind = rule->kind;
-    if (!ParseNumbers(*rule, line, fault)) {
+    if (!ParseNumbers(*rule, line, fault))
         return Wanted(*rule);
-    }
     const Fault* const other = Find(fault.kind, fault.command);
-    if (other != nullptr && other->command == fault.command) {
+    if (other != nullptr && other->command == fault.command)
         return "given twice for the same command: " + std::string(name);
-    }
-    if (fault.command != EveryCommand) {
+    if (fault.command != EveryCommand)
         m_LastCommand = fault.command;
-    }
     m_Faults.push_back(fault);
     return {};
 }
@@ -144,9 +131,8 @@ std::string FaultScript::ParseWhen(std::string_view word, std::uint32_t& command
         command = m_LastCommand + 1;
         return {};
     }
-    if (!ParseNumber(word, 1, LastCommandNumber, command)) {
+    if (!ParseNumber(word, 1, LastCommandNumber, command))
         return "not a command number, \"next\" or \"every\": " + Printable(word);
-    }
     return {};
 }
 

@@ -13,9 +13,8 @@ std::uint16_t LineSum(std::string_view text) {
     std::uint32_t reg = 0;
     for (const char character : text) {
         std::uint32_t bits = static_cast<unsigned char>(character);
-        if ((bits & 0x80) != 0) {
+        if ((bits & 0x80) != 0)
             bits |= RegisterMask & ~0xFFU; // the host's characters are signed
-        }
         const std::uint32_t carry = reg >> TopBit;
         reg = (((reg ^ bits) << 1) | carry) & RegisterMask;
     }
@@ -23,9 +22,8 @@ std::uint16_t LineSum(std::string_view text) {
 }
 
 bool LineReceiver::Add(std::uint8_t byte, Millis now, CommandLine& line) {
-    if (m_Expect != Expect::Text && now - m_LineEnd > SumTimeout) {
+    if (m_Expect != Expect::Text && now - m_LineEnd > SumTimeout)
         Reset();
-    }
     if (m_Expect == Expect::Text) {
         AddText(byte, now);
         return false;

@@ -12,9 +12,8 @@ constexpr std::uint64_t BitMillis = 10 * 1000; // ten bits a byte, 1000 ms a sec
 } // namespace
 
 void OutputQueue::Add(std::string bytes, Millis due, Shape shape) {
-    if (bytes.empty()) {
+    if (bytes.empty())
         return;
-    }
     const Millis earliest = m_Segments.empty() ? due : std::max(due, m_Segments.back().due);
     m_Segments.push_back({std::move(bytes), earliest, shape});
 }
@@ -31,16 +30,14 @@ std::size_t OutputQueue::Take(Millis now, std::uint8_t* out, std::size_t room) {
     while (taken < limit && Prepare(now)) {
         const Segment& front = m_Segments.front();
         if (front.shape.piece != m_Shape.piece) {
-            if (taken > 0) {
+            if (taken > 0)
                 break;
-            }
             m_PieceSent = 0;
         }
         m_Shape = front.shape;
         std::size_t count = std::min(front.bytes.size() - m_Sent, limit - taken);
-        if (m_Shape.piece != 0) {
+        if (m_Shape.piece != 0)
             count = std::min(count, m_Shape.piece - m_PieceSent);
-        }
         std::copy_n(front.bytes.data() + m_Sent, count, out + taken);
         taken += count;
         m_Sent += count;
@@ -55,9 +52,8 @@ std::size_t OutputQueue::Take(Millis now, std::uint8_t* out, std::size_t room) {
             break;
         }
     }
-    if (taken < limit) {
+    if (taken < limit)
         m_PieceSent = 0; // nothing more to say: the next byte begins a piece
-    }
     if (taken > 0) {
         m_PaceSent += taken;
         m_NextStep = now + PaceStep;
@@ -67,9 +63,8 @@ std::size_t OutputQueue::Take(Millis now, std::uint8_t* out, std::size_t room) {
 
 Millis OutputQueue::NextDue() const {
     const Millis due = Earliest();
-    if (due == Never || m_Pace == 0) {
+    if (due == Never || m_Pace == 0)
         return due;
-    }
     const Millis free = LineFree(0);
     const Millis sent = free < due ? due + (BitMillis + m_Pace - 1) / m_Pace : LineFree(1);
     return std::max(sent, m_NextStep);
@@ -78,21 +73,18 @@ Millis OutputQueue::NextDue() const {
 // Sees to it that the first segment is due. Text is made line by line, so that an answer never
 // waits for more than one line of it.
 bool OutputQueue::Prepare(Millis now) {
-    if (!m_Segments.empty() && (m_Sent > 0 || m_Segments.front().due <= now)) {
+    if (!m_Segments.empty() && (m_Sent > 0 || m_Segments.front().due <= now))
         return true;
-    }
-    if (m_Text.Done() || m_TextDue > now) {
+    if (m_Text.Done() || m_TextDue > now)
         return false;
-    }
     m_Segments.push_front({m_Text.NextLine(), m_TextDue, m_TextShape});
     return true;
 }
 
 // From when on the next byte may begin, the line's pace not counted.
 Millis OutputQueue::Earliest() const {
-    if (m_Sent > 0) {
+    if (m_Sent > 0)
         return m_GapEnd;
-    }
     const Millis segment = m_Segments.empty() ? Never : m_Segments.front().due;
     const Millis text = m_Text.Done() ? Never : m_TextDue;
     return std::max(std::min(segment, text), m_GapEnd);
@@ -101,12 +93,10 @@ Millis OutputQueue::Earliest() const {
 // How many bytes may be out at `now` beyond those that are.
 std::uint64_t OutputQueue::Allowance(Millis now) {
     const Millis due = Earliest();
-    if (due > now) {
+    if (due > now)
         return 0;
-    }
-    if (m_Pace == 0) {
+    if (m_Pace == 0)
         return Never;
-    }
     if (LineFree(0) < due) {
         m_PaceStart = due;
         m_PaceSent = 0;

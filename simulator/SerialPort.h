@@ -32,7 +32,7 @@ public:
     bool FinishRead(std::uint8_t* bytes, std::size_t room, std::size_t& count);
 
     // The buffer for the next write; to be left alone while Writing.
-    static constexpr std::size_t WriteRoom = 512;
+    static constexpr std::size_t WriteRoom = 4096;
     std::uint8_t* WriteBuffer() { return m_WriteBuffer.data(); }
     bool Writing() const { return m_WriteCount != 0; }
 

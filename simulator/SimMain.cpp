@@ -31,9 +31,8 @@ HANDLE endedEvent = nullptr;
 // Runs on a thread of the system.
 BOOL WINAPI OnConsoleControl(DWORD control) {
     SetEvent(stopEvent);
-    if (control != CTRL_C_EVENT && control != CTRL_BREAK_EVENT) {
+    if (control != CTRL_C_EVENT && control != CTRL_BREAK_EVENT)
         WaitForSingleObject(endedEvent, MostTimeToEnd); // afterwards the process is gone
-    }
     return TRUE;
 }
 
@@ -50,13 +49,11 @@ sim::Millis Now() {
 std::vector<std::wstring> Arguments() {
     int count = 0;
     wchar_t** const list = CommandLineToArgvW(GetCommandLineW(), &count);
-    if (list == nullptr) {
+    if (list == nullptr)
         return {};
-    }
     std::vector<std::wstring> arguments;
-    for (int i = 1; i < count; ++i) {
+    for (int i = 1; i < count; ++i)
         arguments.emplace_back(list[i]);
-    }
     LocalFree(list);
     return arguments;
 }
@@ -69,9 +66,8 @@ int ReportPort(std::uint32_t number, const char* what, DWORD error) {
 bool ReadWholeFile(const std::wstring& path, std::string& content) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    if (file == INVALID_HANDLE_VALUE)
         return false;
-    }
     content.resize(LongestScript);
     DWORD read = 0;
     const bool good = ReadFile(file, content.data(), LongestScript, &read, nullptr) != 0;
@@ -81,25 +77,22 @@ bool ReadWholeFile(const std::wstring& path, std::string& content) {
 }
 
 bool LoadScript(const std::wstring& path, sim::FaultScript& script) {
-    if (path.empty()) {
+    if (path.empty())
         return true;
-    }
     std::string content;
     if (!ReadWholeFile(path, content)) {
         std::fprintf(stderr, "ZorbelSim: cannot read the script (error %lu)\n", GetLastError());
         return false;
     }
     const std::vector<sim::ScriptError> errors = script.Parse(content);
-    for (const sim::ScriptError& error : errors) {
+    for (const sim::ScriptError& error : errors)
         std::fprintf(stderr, "ZorbelSim: script line %zu: %s\n", error.line, error.text.c_str());
-    }
     return errors.empty();
 }
 
 bool FindFiles(const std::wstring& folder, sim::DeviceFiles& files) {
-    if (folder.empty()) {
+    if (folder.empty())
         return true;
-    }
     std::error_code error;
     if (!std::filesystem::is_directory(folder, error)) {
         std::fprintf(stderr, "ZorbelSim: the value of --files is no folder\n");
@@ -110,9 +103,8 @@ bool FindFiles(const std::wstring& folder, sim::DeviceFiles& files) {
 }
 
 DWORD TimeUntil(sim::Millis due, sim::Millis now) {
-    if (due == sim::Never) {
+    if (due == sim::Never)
         return INFINITE;
-    }
     const sim::Millis wait = due > now ? due - now : 0;
     return static_cast<DWORD>(std::min<sim::Millis>(wait, INFINITE - 1));
 }
@@ -127,35 +119,30 @@ bool Serve(sim::ZorbelDevice& device, sim::SerialPort& port) {
         if (!port.Writing()) {
             const std::size_t count =
                 device.Take(now, port.WriteBuffer(), sim::SerialPort::WriteRoom);
-            if (count != 0 && !port.StartWrite(count)) {
+            if (count != 0 && !port.StartWrite(count))
                 return false;
-            }
         }
         const DWORD timeout = port.Writing() ? INFINITE : TimeUntil(device.NextDue(), now);
         const DWORD signaled = WaitForMultipleObjects(static_cast<DWORD>(events.size()),
                                                       events.data(), FALSE, timeout);
-        if (signaled == WAIT_OBJECT_0) {
+        if (signaled == WAIT_OBJECT_0)
             return true;
-        }
         if (signaled == WAIT_OBJECT_0 + 1) {
             std::size_t count = 0;
-            if (!port.FinishRead(received.data(), received.size(), count)) {
+            if (!port.FinishRead(received.data(), received.size(), count))
                 return false;
-            }
             device.Receive(received.data(), count, Now());
         }
-        if (signaled == WAIT_OBJECT_0 + 2 && !port.FinishWrite()) {
+        if (signaled == WAIT_OBJECT_0 + 2 && !port.FinishWrite())
             return false;
-        }
     }
 }
 
 int Run(const sim::SimOptions& options) {
     sim::FaultScript script;
     sim::DeviceFiles files;
-    if (!LoadScript(options.script, script) || !FindFiles(options.files, files)) {
+    if (!LoadScript(options.script, script) || !FindFiles(options.files, files))
         return ExitUsage;
-    }
     sim::DeviceSetup setup;
     setup.pace = options.pace;
     setup.replyDelay = options.replyDelay;
@@ -166,14 +153,12 @@ int Run(const sim::SimOptions& options) {
     sim::ZorbelDevice device(setup, std::move(script), std::move(files));
 
     sim::SerialPort port;
-    if (!port.Open(options.port, options.baud)) {
+    if (!port.Open(options.port, options.baud))
         return ReportPort(options.port, "cannot be opened", port.Error());
-    }
     std::printf("ZorbelSim: serving COM%u\n", options.port);
     std::fflush(stdout);
-    if (!Serve(device, port)) {
+    if (!Serve(device, port))
         return ReportPort(options.port, "is gone", port.Error());
-    }
     return ExitStopped;
 }
 

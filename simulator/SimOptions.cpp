@@ -57,20 +57,17 @@ std::string Narrow(std::wstring_view wide) {
 }
 
 bool ParseValue(const NumberOption& option, std::string_view text, SimOptions& options) {
-    if (text.substr(0, option.prefix.size()) != option.prefix) {
+    if (text.substr(0, option.prefix.size()) != option.prefix)
         return false;
-    }
     text.remove_prefix(option.prefix.size());
     return ParseNumber(text, option.low, option.high, options.*option.value);
 }
 
 template <typename Option, std::size_t Count>
 const Option* FindOption(const Option (&table)[Count], std::string_view name) {
-    for (const Option& option : table) {
-        if (option.name == name) {
+    for (const Option& option : table)
+        if (option.name == name)
             return &option;
-        }
-    }
     return nullptr;
 }
 
@@ -106,19 +103,16 @@ std::string ParseOptions(const std::vector<std::wstring>& arguments, SimOptions&
         }
         const NumberOption* const number = FindOption(NumberOptions, name);
         const TextOption* const text = FindOption(TextOptions, name);
-        if (number == nullptr && text == nullptr) {
+        if (number == nullptr && text == nullptr)
             return "unknown option: " + name;
-        }
-        if (++i == arguments.size()) {
+        if (++i == arguments.size())
             return "no value: " + name;
-        }
         if (text != nullptr) {
             parsed.*text->value = arguments[i];
             continue;
         }
-        if (!ParseValue(*number, Narrow(arguments[i]), parsed)) {
+        if (!ParseValue(*number, Narrow(arguments[i]), parsed))
             return name + " wants " + Range(*number);
-        }
     }
     options = parsed;
     return {};

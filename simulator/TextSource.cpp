@@ -16,9 +16,8 @@ std::string TextLine(std::uint32_t number) {
     line.push_back(' ');
     const std::uint32_t length = 20 + number % 41 * 13 % 41;
     const std::uint32_t first = number % 94 * 31;
-    for (std::uint32_t i = 0; i < length; ++i) {
+    for (std::uint32_t i = 0; i < length; ++i)
         line.push_back(static_cast<char>(33 + (first + i * 7) % 94));
-    }
     line.append(LineEnd);
     return line;
 }

@@ -24,12 +24,10 @@ bool ParseNumber(std::string_view digits, std::uint32_t low, std::uint32_t high,
     std::uint32_t parsed = 0;
     const char* const end = digits.data() + digits.size();
     const std::from_chars_result result = std::from_chars(digits.data(), end, parsed);
-    if (result.ec != std::errc() || result.ptr != end) {
+    if (result.ec != std::errc() || result.ptr != end)
         return false;
-    }
-    if (parsed < low || parsed > high) {
+    if (parsed < low || parsed > high)
         return false;
-    }
     value = parsed;
     return true;
 }
@@ -38,9 +36,8 @@ std::string Printable(std::string_view text) {
     std::string shown(text);
     for (char& character : shown) {
         const auto code = static_cast<unsigned char>(character);
-        if (code < 0x20 || code == 0x7F) {
+        if (code < 0x20 || code == 0x7F)
             character = '?';
-        }
     }
     return shown;
 }

@@ -26,9 +26,8 @@ void ZorbelDevice::SwitchOn(Millis now) {
 
 void ZorbelDevice::Receive(const std::uint8_t* bytes, std::size_t count, Millis now) {
     Advance(now);
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         ReceiveByte(bytes[i], now);
-    }
 }
 
 std::size_t ZorbelDevice::Take(Millis now, std::uint8_t* out, std::size_t room) {
@@ -84,9 +83,8 @@ void ZorbelDevice::ReceiveByte(std::uint8_t byte, Millis now) {
     case State::Console:
     case State::Loader: {
         CommandLine line;
-        if (m_Line.Add(byte, now, line)) {
+        if (m_Line.Add(byte, now, line))
             HandleLine(line, now);
-        }
         return;
     }
     }
@@ -99,9 +97,8 @@ void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
         return;
     }
     ++m_CommandNumber;
-    if (m_Script.Find(FaultKind::Silent, m_CommandNumber) != nullptr) {
+    if (m_Script.Find(FaultKind::Silent, m_CommandNumber) != nullptr)
         return;
-    }
     const Fault* const split = m_Script.Find(FaultKind::Split, m_CommandNumber);
     m_Shape = split == nullptr ? Shape{} : Shape{split->numbers[0], split->numbers[1]};
     const Fault* const late = m_Script.Find(FaultKind::Late, m_CommandNumber);
@@ -112,9 +109,8 @@ void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
     AddNoise(FaultKind::NoiseBefore, call.due);
     Send(std::string(1, static_cast<char>(accepted ? Accepted : Refused)), call.due);
     AddNoise(FaultKind::NoiseAfter, call.due);
-    if (accepted) {
+    if (accepted)
         Send(Printable(line.text) + "\r\n", call.due);
-    }
     if (accepted || !call.output.empty()) {
         Send(std::move(call.output), call.due);
         AddPrompt(call.due);
@@ -124,14 +120,12 @@ void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
 // Carries out a command line when nothing speaks against it. Returns the answer.
 bool ZorbelDevice::Carry(const CommandLine& line, Call& call) {
     if (!line.valid || m_State != State::Console ||
-        m_Script.Find(FaultKind::Refuse, m_CommandNumber) != nullptr) {
+        m_Script.Find(FaultKind::Refuse, m_CommandNumber) != nullptr)
         return false;
-    }
     call.arguments = line.text;
     const std::string_view name = NextWord(call.arguments);
-    if (name.empty()) {
+    if (name.empty())
         return true;
-    }
     const Command* const command = FindCommand(name);
     if (command == nullptr) {
         call.output = "unknown command: " + Printable(name) + "\r\n";
@@ -142,25 +136,22 @@ bool ZorbelDevice::Carry(const CommandLine& line, Call& call) {
 
 void ZorbelDevice::AddNoise(FaultKind kind, Millis due) {
     const Fault* const fault = m_Script.Find(kind, m_CommandNumber);
-    if (fault == nullptr) {
+    if (fault == nullptr)
         return;
-    }
     std::minstd_rand random(fault->numbers[1]);
     std::string noise;
     while (noise.size() < fault->numbers[0]) {
         const auto byte = static_cast<std::uint8_t>(random() >> 8);
-        if (byte != Refused && byte != Accepted) {
+        if (byte != Refused && byte != Accepted)
             noise.push_back(static_cast<char>(byte));
-        }
     }
     Send(std::move(noise), due);
 }
 
 // The prompt comes when the console is free; text that runs gets its prompt at its end.
 void ZorbelDevice::AddPrompt(Millis due) {
-    if (m_State == State::Console && !m_TextRuns) {
+    if (m_State == State::Console && !m_TextRuns)
         Send(Prompt, due);
-    }
 }
 
 } // namespace sim

@@ -25,14 +25,13 @@ constexpr std::uint32_t BitsOfAByte = 10; // start bit, 8 data bits, stop bit
 
 // When the terminal is behind, the driver's queue holds what comes meanwhile, this long; only
 // then text is dropped. It goes over in pieces that fit the input buffer with room to spare.
-constexpr int LongestWaitForRoom = 40; // ms
+constexpr int LongestWaitForRoom = 250; // ms
 constexpr std::uint32_t TextPiece = 1024;
 
 } // namespace
 
 void ComPort::RunReader() {
     SetupComm(m_Handle, DriverQueueSize, DriverQueueSize);
-    SetCommMask(m_Handle, EV_RXCHAR);
 
     Reader reader;
     int emptyReads = 0;
@@ -132,10 +131,9 @@ void ComPort::HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint
 
 // A terminal that waits for an answer takes no text, and the answer may be what comes next.
 void ComPort::AwaitRoom(std::uint32_t room) {
-    for (int waited = 0; waited < LongestWaitForRoom && m_InCount + room >= m_InSize; ++waited) {
+    for (int waited = 0; waited < LongestWaitForRoom && m_InCount + room >= m_InSize; ++waited)
         if (m_AnswerAwaited || WaitForSingleObject(m_StopReaderEvent, 1) == WAIT_OBJECT_0)
             return;
-    }
 }
 
 void ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count) {

@@ -70,10 +70,9 @@ void ZoTerm::WriteLog(const char* bytes, std::uint32_t count) {
 
 // The pane is a text control and cannot hold NULs; what does not fit into it is not shown.
 void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
-    for (std::uint32_t i = 0; i < count && m_PaneTextCount < PaneLimit; ++i) {
+    for (std::uint32_t i = 0; i < count && m_PaneTextCount < PaneLimit; ++i)
         if (bytes[i])
             m_PaneText[m_PaneTextCount++] = bytes[i];
-    }
 }
 
 // Appends what is queued, as one text: a control's append costs much the same for any length.

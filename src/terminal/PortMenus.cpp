@@ -56,18 +56,16 @@ void EnableButton(HWND toolbar, WORD command, bool enable) {
 }
 
 int BaudRatePosition(std::uint32_t baud) {
-    for (std::size_t i = 0; i < std::size(BaudRates); ++i) {
+    for (std::size_t i = 0; i < std::size(BaudRates); ++i)
         if (BaudRates[i] == baud)
             return static_cast<int>(i);
-    }
     return -1;
 }
 
 UINT DevicePosition(const char* name) {
-    for (const Device& device : Devices) {
+    for (const Device& device : Devices)
         if (std::strcmp(device.name, name) == 0)
             return device.position;
-    }
     return CustomDevicePosition;
 }
 

@@ -87,10 +87,9 @@ void FitLabels(HWND toolbar) {
     const HDC context = GetDC(toolbar);
     const auto font = reinterpret_cast<HFONT>(SendMessageA(toolbar, WM_GETFONT, 0, 0));
     const HGDIOBJ old = SelectObject(context, font);
-    for (const ToolbarButton& entry : ToolbarButtons) {
+    for (const ToolbarButton& entry : ToolbarButtons)
         if (entry.label)
             FitLabel(toolbar, context, entry);
-    }
     SelectObject(context, old);
     ReleaseDC(toolbar, context);
 }
@@ -172,10 +171,9 @@ void ZoTerm::FillToolbar() {
         SendMessageA(m_hToolbar, TB_ADDBUTTONSA, 1, reinterpret_cast<LPARAM>(&button));
     }
     SendMessageA(m_hToolbar, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_DRAWDDARROWS);
-    for (const ToolbarButton& entry : ToolbarButtons) {
+    for (const ToolbarButton& entry : ToolbarButtons)
         if (entry.label)
             AddLabel(m_hToolbar, entry.label);
-    }
     SendMessageA(m_hToolbar, TB_SETBUTTONSIZE, 0, MAKELPARAM(ButtonWidth, ButtonHeight));
     FitLabels(m_hToolbar);
 }

@@ -111,7 +111,7 @@ TEST_F(SettingsTest, FreshKeyHoldsEveryDefault) {
 TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
     // Each value differs from its default and from its neighbors'.
     DWORD number = 1000;
-    for (const Setting* setting : ReadingOrder()) {
+    for (const Setting* setting : ReadingOrder())
         if (setting->kind == SettingKind::Text)
             PlantText(Key, setting->name, std::string("text of ") + setting->name);
         else if (setting->kind == SettingKind::ListHead)
@@ -120,7 +120,6 @@ TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
             PlantNumber(Key, setting->name, number++ & 0xFF);
         else if (setting->kind != SettingKind::MusicRows)
             PlantNumber(Key, setting->name, number++);
-    }
     PlantNumber(Key, "MusicSupportExt", 0);
     PlantNumber(Key, "MusicSupportCurExt", 0);
 

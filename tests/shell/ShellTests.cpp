@@ -20,10 +20,9 @@ protected:
 
     // The terminal in a slot; null when there is none.
     ZoTerm* InSlot(int slot) {
-        for (const HWND window : TerminalWindows()) {
+        for (const HWND window : TerminalWindows())
             if (TerminalOf(window).m_Slot == slot)
                 return &TerminalOf(window);
-        }
         return nullptr;
     }
 

@@ -15,9 +15,8 @@ struct Vector {
 
 std::string FromHex(const std::string& hex) {
     std::string bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
         bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    }
     return bytes;
 }
 
@@ -28,9 +27,8 @@ std::vector<Vector> Vectors() {
         std::istringstream words(row);
         std::string text;
         std::string wire;
-        if (words >> text >> wire && text[0] != '#') {
+        if (words >> text >> wire && text[0] != '#')
             vectors.push_back({FromHex(text), FromHex(wire)});
-        }
     }
     return vectors;
 }
@@ -40,11 +38,9 @@ std::vector<sim::CommandLine> Lines(std::string_view bytes) {
     sim::LineReceiver receiver;
     std::vector<sim::CommandLine> lines;
     sim::CommandLine line;
-    for (const char byte : bytes) {
-        if (receiver.Add(static_cast<std::uint8_t>(byte), 0, line)) {
+    for (const char byte : bytes)
+        if (receiver.Add(static_cast<std::uint8_t>(byte), 0, line))
             lines.push_back(line);
-        }
-    }
     return lines;
 }
 
@@ -64,9 +60,8 @@ TEST(CommandLines, GoldenLinesAreTakenAndAWrongSumIsNot) {
             char& byte = damaged[damaged.size() - 1 - bit / 8];
             byte = static_cast<char>(byte ^ (1 << (bit % 8)));
             EXPECT_EQ(Lines(damaged).size(), 1U);
-            for (const sim::CommandLine& line : Lines(damaged)) {
+            for (const sim::CommandLine& line : Lines(damaged))
                 EXPECT_FALSE(line.valid) << vector.text << ", bit " << bit;
-            }
         }
     }
 }
@@ -101,9 +96,8 @@ TEST(CommandLines, AnyBytesInAnyPortionsLeaveTheDeviceUsable) {
     line.Wait(100);
     for (int round = 0; round < 300; ++round) {
         std::string bytes(random() % 60, '\0');
-        for (char& byte : bytes) {
+        for (char& byte : bytes)
             byte = static_cast<char>(random() % 4 == 0 ? '\n' : random());
-        }
         line.Send(bytes);
         for (const char byte : line.Wait(random() % 50)) {
             EXPECT_TRUE(byte == 1 || byte == 2 || byte == '\r' || byte == '\n' ||

@@ -28,9 +28,8 @@ std::string StartBanner() {
 // The bytes of `chunks` until `end`.
 std::size_t CountUntil(const std::vector<Chunk>& chunks, sim::Millis end) {
     std::size_t count = 0;
-    for (const Chunk& chunk : chunks) {
+    for (const Chunk& chunk : chunks)
         count += chunk.time <= end ? chunk.bytes.size() : 0;
-    }
     return count;
 }
 
@@ -102,25 +101,4 @@ TEST(Pace, IdleTimeIsNoCreditAndALateCallerCatchesUpABit) {
     EXPECT_EQ(count, 900U);
     line.now += 60000; // a line that stood still
     EXPECT_EQ(line.device.Take(line.now, buffer, sizeof buffer), sim::OutputQueue::CatchUp);
-}
-
-TEST(Pace, PiecesKeepTheirSizeAndTheirGaps) {
-    sim::DeviceSetup setup;
-    setup.pace = 10000;
-    VirtualLine line(setup, "1 split 7 100");
-    line.Wait(1000);
-    line.Send(Wire("text 140"));
-    sim::Millis previous = 0;
-    std::size_t burst = 0;
-    std::size_t bursts = 0;
-    for (const Chunk& chunk : line.Chunks(10000)) {
-        if (chunk.time - previous >= 100) {
-            EXPECT_TRUE(burst == 7 || bursts == 0) << burst;
-            burst = 0;
-            ++bursts;
-        }
-        burst += chunk.bytes.size();
-        previous = chunk.time;
-    }
-    EXPECT_EQ(bursts, (1 + 10 + 140 + 8 + 6) / 7U);
 }

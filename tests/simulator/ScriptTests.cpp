@@ -1,7 +1,5 @@
 #include "VirtualLine.h"
 
-#include "simulator/SimOptions.h"
-
 using namespace simtest;
 
 namespace {
@@ -57,18 +55,6 @@ TEST(Faults, NoiseStandsAroundTheAnswerAndNeverLooksLikeOne) {
     EXPECT_NE(line.Ask("c"), first);
 }
 
-TEST(Faults, EverySpareTheCommandsWithTheirOwn) {
-    VirtualLine line({}, "every late 500\n2 late 15\n2 refuse");
-    line.Wait(100);
-    for (const sim::Millis expected : {500U, 15U, 500U}) {
-        const sim::Millis sent = line.now;
-        const std::vector<Chunk> chunks = ChunksOfC(line);
-        ASSERT_EQ(chunks.size(), 1U);
-        EXPECT_EQ(chunks[0].time - sent, expected);
-        EXPECT_EQ(chunks[0].bytes, expected == 15 ? "\x01" : Usual);
-    }
-}
-
 TEST(Script, BadLinesAreReportedByNumberAndGoodOnesKept) {
     const char* const bad[] = {
         "sometimes refuse",
@@ -89,9 +75,8 @@ TEST(Script, BadLinesAreReportedByNumberAndGoodOnesKept) {
         "next noise-before 1 4294967296",
     };
     std::string text = "1 late 100\nevery silent\n";
-    for (const char* line : bad) {
+    for (const char* line : bad)
         text += std::string(line) + "\n";
-    }
     text += "next refuse";
     sim::FaultScript script;
     const std::vector<sim::ScriptError> errors = script.Parse(text);
@@ -105,24 +90,4 @@ TEST(Script, BadLinesAreReportedByNumberAndGoodOnesKept) {
     EXPECT_EQ(script.Find(sim::FaultKind::Late, 1)->numbers[0], 100U);
     EXPECT_TRUE(script.Parse("").empty());
     EXPECT_EQ(script.Find(sim::FaultKind::Refuse, 2), nullptr);
-}
-
-TEST(Options, AreReadWithinTheirRangesOrNotAtAll) {
-    sim::SimOptions options;
-    EXPECT_EQ(sim::ParseOptions({L"--port", L"COM7", L"--files", L"a b\u00FC", L"--pace", L"9600",
-                                 L"--text", L"1000"},
-                                options),
-              "");
-    EXPECT_EQ(options.port, 7U);
-    EXPECT_EQ(options.files, L"a b\u00FC");
-    EXPECT_EQ(options.pace, 9600U);
-    EXPECT_EQ(options.text, 1000U);
-    const std::vector<std::vector<std::wstring>> bad = {
-        {L"--port", L"7"},        {L"--port", L"COM"},   {L"--port", L"COM256"}, {L"--pace"},
-        {L"--pace", L"fast"},     {L"--pace", L"9600 "}, {L"--speed", L"1"},     {L"COM7"},
-        {L"--reply-delay", L"14"}};
-    for (const std::vector<std::wstring>& arguments : bad) {
-        EXPECT_NE(sim::ParseOptions(arguments, options), "");
-    }
-    EXPECT_EQ(options.port, 7U);
 }

@@ -20,9 +20,8 @@ struct Chunk {
 
 inline sim::FaultScript Script(std::string_view text) {
     sim::FaultScript script;
-    for (const sim::ScriptError& error : script.Parse(text)) {
+    for (const sim::ScriptError& error : script.Parse(text))
         ADD_FAILURE() << error.line << ": " << error.text;
-    }
     return script;
 }
 
@@ -53,9 +52,8 @@ public:
             now = std::max(now, device.NextDue());
             std::uint8_t buffer[512];
             const std::size_t count = device.Take(now, buffer, sizeof buffer);
-            if (count != 0) {
+            if (count != 0)
                 chunks.push_back({now, std::string(buffer, buffer + count)});
-            }
             idle = count == 0 ? idle + 1 : 0;
             if (idle > 100) {
                 ADD_FAILURE() << "the device wakes its caller for nothing at " << now;
@@ -68,9 +66,8 @@ public:
 
     std::string Wait(sim::Millis ms) {
         std::string all;
-        for (const Chunk& chunk : Chunks(ms)) {
+        for (const Chunk& chunk : Chunks(ms))
             all += chunk.bytes;
-        }
         return all;
     }
 

@@ -19,10 +19,9 @@ protected:
     // Positions of a popup menu that carry a check mark, as text.
     std::string Checked(int menu) {
         std::string positions;
-        for (int i = 0; i < GetMenuItemCount(GetSubMenu(GetMenu(terminal->m_hWnd), menu)); ++i) {
+        for (int i = 0; i < GetMenuItemCount(GetSubMenu(GetMenu(terminal->m_hWnd), menu)); ++i)
             if (ItemIsChecked(menu, i))
                 positions += std::to_string(i);
-        }
         return positions;
     }
 

@@ -122,10 +122,9 @@ private:
             [[maybe_unused]] const ssize_t taken = read(m_Timer.Get(), &ticks, sizeof ticks);
             return;
         }
-        for (Cable& cable : m_Cables) {
+        for (Cable& cable : m_Cables)
             if (cable.Has(static_cast<const End*>(key)))
                 cable.Refresh();
-        }
     }
 
     // Notices come in order and may be joined, so each only says where to look.
