@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # The Linux rig: a private Wine prefix, a display, and null modems that Wine takes for COM ports.
 # To be sourced. Everything lives below build/, so checkouts do not disturb each other; what was
 # started here ends with the script that started it.
@@ -28,15 +29,42 @@ rig_loader=/usr/lib/wine/wine64
 rig_server=/usr/lib/wine/wineserver64
 rig_settings='HKCU\Software\Zorbel\ZoConsole\Instance0'
 
-# The preload library goes into Wine's processes only, its server among them.
-rig_wine() {
-  LD_PRELOAD=$rig_tools/libmodemlines.so "$rig_loader" "$@"
+# The preload library goes into Wine's processes only, its server among them. None of them gets
+# the lock: Wine's services outlive a script that was killed, and would hold it for ever.
+rig_exec() {
+  [[ -z ${rig_lock:-} ]] || exec {rig_lock}>&-
+  export LD_PRELOAD=$rig_tools/libmodemlines.so
+  exec "$rig_loader" "$@"
 }
+
+rig_wine() (
+  rig_exec "$@"
+)
 
 # The same in the background; rig_pids[-1] is its process.
 rig_start() {
-  LD_PRELOAD=$rig_tools/libmodemlines.so "$rig_loader" "$@" {rig_lock}>&- &
+  rig_exec "$@" &
+  rig_remember
+}
+
+# The last background process ends with the rig, at the latest when the next one comes up.
+rig_remember() {
   rig_pids+=($!)
+  echo $! >>"$ZO_RIG_DIR/pids"
+}
+
+# Ends what a killed run left behind. A process is known by its environment, since its number may
+# be another's by now.
+rig_clean_up() {
+  local pid
+  rig_stop_wine
+  [[ -f $ZO_RIG_DIR/pids ]] || return 0
+  while read -r pid; do
+    if grep -qzxF "ZO_RIG_DIR=$ZO_RIG_DIR" "/proc/$pid/environ" 2>/dev/null; then
+      kill "$pid" 2>/dev/null || true
+    fi
+  done <"$ZO_RIG_DIR/pids"
+  rm -f "$ZO_RIG_DIR/pids"
 }
 
 rig_registry() {
@@ -74,12 +102,24 @@ rig_make_prefix() {
   echo "$rig_version" >"$WINEPREFIX/.rig-version"
 }
 
+# True while a script holds the lock.
+rig_is_up() {
+  [[ -f $WINEPREFIX/.rig-version ]] && ! flock -n "$rig_build/rig.lock" true
+}
+
 rig_stop_wine() {
   "$rig_server" -k >/dev/null 2>&1 || true # fails when none runs
   "$rig_server" -w >/dev/null 2>&1 || true
 }
 
 rig_up() {
+  local tool
+  for tool in nullmodem libmodemlines.so; do
+    if [[ ! -f $rig_tools/$tool ]]; then
+      echo "rig: $tool is missing; build the preset \"native\" first" >&2
+      return 1
+    fi
+  done
   mkdir -p "$ZO_RIG_DIR"
   exec {rig_lock}>"$rig_build/rig.lock"
   if ! flock -n "$rig_lock"; then
@@ -88,6 +128,7 @@ rig_up() {
   fi
   trap rig_down EXIT
   trap 'exit 130' INT TERM
+  rig_clean_up
   if [[ $(cat "$WINEPREFIX/.rig-version" 2>/dev/null) != "$rig_version" ]]; then
     rig_make_prefix
   fi
@@ -104,6 +145,7 @@ rig_down() {
     wait "${rig_pids[i]}" 2>/dev/null || true
   done
   rig_pids=()
+  rm -f "$ZO_RIG_DIR/pids"
 }
 
 # rig_until SECONDS COMMAND...: waits until the command succeeds.
@@ -129,12 +171,12 @@ rig_start_display() {
   local number=$ZO_RIG_DIR/display
   : >"$number"
   Xvfb -displayfd 3 -screen 0 1280x900x24 -nolisten tcp 3>"$number" >/dev/null 2>&1 {rig_lock}>&- &
-  rig_pids+=($!)
+  rig_remember
   rig_until 20 grep -q . "$number"
   DISPLAY=:$(cat "$number")
   export DISPLAY
   openbox >/dev/null 2>&1 {rig_lock}>&- &
-  rig_pids+=($!)
+  rig_remember
   rig_until 20 xprop -root _NET_SUPPORTING_WM_CHECK
 }
 
@@ -148,7 +190,7 @@ rig_cable() {
   rm -f "$ZO_RIG_DIR"/cut-*
   : >"$said"
   "$rig_tools/nullmodem" --dir "$ZO_RIG_DIR" "${options[@]}" "${pairs[@]}" >"$said" {rig_lock}>&- &
-  rig_pids+=($!)
+  rig_remember
   rig_until 20 grep -q ready "$said"
 }
 

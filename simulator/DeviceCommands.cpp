@@ -90,8 +90,8 @@ bool ZorbelDevice::ListFolder(std::string_view folder, std::string& output) cons
         output.append(" ").append(file.name).append("\r\n");
         total += file.size;
     }
-    output.append(std::to_string(files.size())).append(" files, ");
-    output.append(std::to_string(total)).append(" bytes\r\n");
+    output.append("files: ").append(std::to_string(files.size()));
+    output.append(", bytes: ").append(std::to_string(total)).append("\r\n");
     return true;
 }
 

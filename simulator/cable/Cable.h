@@ -70,13 +70,27 @@ public:
     bool Writable() const { return m_Writable; }
     int Watch() const { return m_Watch; }
 
-    // Brings the end in line with its control file.
-    void FollowCutFile() {
-        const bool cut = Exists(m_Folder + "/cut-" + m_Name);
-        if (cut && Plugged())
-            Pull();
-        if (!cut && !Plugged())
-            Plug();
+    // What the end's control file asks for.
+    bool ToBeCut() const { return Exists(m_Folder + "/cut-" + m_Name); }
+
+    void Plug() {
+        m_Pty = std::make_unique<Pty>(m_Folder, m_Name);
+        m_Watch = Checked(inotify_add_watch(m_Inotify, m_Pty->Slave().c_str(), IN_OPEN | IN_CLOSE),
+                          m_Name);
+        epoll_event event = {};
+        event.events = EPOLLIN | EPOLLOUT | EPOLLET;
+        event.data.ptr = this;
+        Checked(epoll_ctl(m_Epoll, EPOLL_CTL_ADD, m_Pty->Master(), &event), m_Name);
+        Refresh();
+    }
+
+    void Pull() {
+        if (!Plugged())
+            return;
+        inotify_rm_watch(m_Inotify, m_Watch);
+        m_Watch = -1;
+        m_Pty.reset();
+        m_InUse = m_Readable = m_Writable = false;
     }
 
     // Something happened to the pty: all that was known about it is to be tried again. True when
@@ -112,26 +126,6 @@ public:
     }
 
 private:
-    void Plug() {
-        m_Pty = std::make_unique<Pty>(m_Folder, m_Name);
-        m_Watch = Checked(inotify_add_watch(m_Inotify, m_Pty->Slave().c_str(), IN_OPEN | IN_CLOSE),
-                          m_Name);
-        epoll_event event = {};
-        event.events = EPOLLIN | EPOLLOUT | EPOLLET;
-        event.data.ptr = this;
-        Checked(epoll_ctl(m_Epoll, EPOLL_CTL_ADD, m_Pty->Master(), &event), m_Name);
-        Refresh();
-    }
-
-    void Pull() {
-        if (!Plugged())
-            return;
-        inotify_rm_watch(m_Inotify, m_Watch);
-        m_Watch = -1;
-        m_Pty.reset();
-        m_InUse = m_Readable = m_Writable = false;
-    }
-
     // A fixed width, so that a reader never sees half a number.
     void Count(std::uint64_t more) {
         m_Delivered += more;
@@ -177,6 +171,14 @@ public:
     // The receiver's last user has gone: what was under way to it goes too.
     void Clear() { m_Buffer.Clear(); }
 
+    // The receiver is about to be plugged in: what was sent before goes into the air.
+    void Vent() {
+        Clear();
+        for (int rounds = 0; rounds < MostVented && m_From.Plugged(); ++rounds)
+            if (m_From.Read(m_Buffer.Space(), m_Buffer.Room()) == 0)
+                return;
+    }
+
     // No end is in use. What is read while the sender stays closed was written before.
     void Empty() {
         Clear();
@@ -193,6 +195,8 @@ public:
     }
 
 private:
+    static constexpr int MostVented = 64; // buffers; more than the kernel holds
+
     bool CanDeliver() const { return m_To.InUse() && m_To.Writable(); }
 
     bool Fill(Pace::Time now) {
@@ -241,12 +245,8 @@ struct Cable {
           toFar(nearEnd, farEnd, pace), toNear(farEnd, nearEnd, pace) {}
 
     void FollowCutFiles() {
-        nearEnd.FollowCutFile();
-        farEnd.FollowCutFile();
-        if (!nearEnd.Plugged())
-            toNear.Clear();
-        if (!farEnd.Plugged())
-            toFar.Clear();
+        FollowCutFile(nearEnd, toNear);
+        FollowCutFile(farEnd, toFar);
     }
 
     void Refresh() {
@@ -275,4 +275,16 @@ struct Cable {
     End farEnd;
     Lane toFar;
     Lane toNear;
+
+private:
+    static void FollowCutFile(End& end, Lane& toEnd) {
+        const bool cut = end.ToBeCut();
+        if (cut == !end.Plugged())
+            return;
+        toEnd.Vent();
+        if (cut)
+            end.Pull();
+        else
+            end.Plug();
+    }
 };

@@ -92,8 +92,8 @@ TEST(Device, DirListsTheDeviceFolders) {
     line.Wait(100);
     const std::string all = line.Ask("dir");
     const std::string listing = "/a\r\n           1 one" + Strange + ".mid\r\n" +
-                                "           2 two.txt\r\n2 files, 3 bytes\r\n";
-    const std::string empty = "0 files, 0 bytes\r\n";
+                                "           2 two.txt\r\nfiles: 2, bytes: 3\r\n";
+    const std::string empty = "files: 0, bytes: 0\r\n";
     EXPECT_EQ(all, "\x02"
                    "dir\r\n/default\r\n" +
                        empty + listing + "/b\r\n" + empty + "/MP3\r\n" + empty + "zorbel> ");

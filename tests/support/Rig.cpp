@@ -19,8 +19,11 @@ bool CanOpen(const std::string& port) {
                                       nullptr, OPEN_EXISTING, 0, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         return false;
+    DCB dcb = {};
+    dcb.DCBlength = sizeof(dcb);
+    const BOOL answers = GetCommState(handle, &dcb); // Wine opens a port without a device too
     CloseHandle(handle);
-    return true;
+    return answers != FALSE;
 }
 
 } // namespace
