@@ -31,7 +31,7 @@ namespace {
 
 constexpr char Key[] = "Software\\Zorbel\\ZoConsole\\Instance0";
 constexpr double NoBound = -1;
-constexpr DWORD ProbePeriod = 100; // ms; asking costs the program time, too
+constexpr DWORD ProbePeriod = 500; // ms; every question costs the program time, too
 constexpr std::size_t StreamSize = 2U << 20;
 
 void Row(const std::string& what, double figure, const char* unit, double bound) {

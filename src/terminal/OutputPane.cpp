@@ -40,17 +40,18 @@ void ZoTerm::SubclassOutput() {
 
 void ZoTerm::ShowPortOutput() {
     Port->TakeTextNotice();
-    char chunk[ChunkSize];
+    char text[DrainLimit];
     std::uint32_t drained = 0;
     std::uint32_t count = ChunkSize;
-    while (drained < DrainLimit && Port->ReadText(chunk, &count) && count > 0) {
-        QueuePaneText(chunk, count);
-        WriteLog(chunk, count);
-        m_OutputCount += count;
+    while (drained + ChunkSize <= DrainLimit && Port->ReadText(text + drained, &count) &&
+           count > 0) {
         drained += count;
         count = ChunkSize;
     }
-    if (drained >= DrainLimit) // other messages come first
+    QueuePaneText(text, drained);
+    WriteLog(text, drained);
+    m_OutputCount += drained;
+    if (drained + ChunkSize > DrainLimit) // other messages come first
         PostMessageA(m_hWnd, LinkMessage, NotifyText, 0);
 
     const std::uint64_t since = GetTickCount64() - m_PaneAppendedAt;
@@ -64,7 +65,7 @@ void ZoTerm::ShowPortOutput() {
 
 void ZoTerm::WriteLog(const char* bytes, std::uint32_t count) {
     DWORD written = 0;
-    if (m_LogHandle && m_UseLogFile)
+    if (m_LogHandle && m_UseLogFile && count > 0)
         WriteFile(m_LogHandle, bytes, count, &written, nullptr);
 }
 
@@ -112,6 +113,7 @@ LRESULT ZoTerm::OnGaugeTimer() {
     m_Timer = 0;
     m_TimerRestarts = 0;
     m_OutputCount = std::min(m_OutputCount, PaneLimit);
-    SetStatusFill(m_OutputCount);
+    if (m_OutputCount != m_ShownFill) // a full gauge need not be drawn again and again
+        SetStatusFill(m_OutputCount);
     return 0;
 }

@@ -115,6 +115,7 @@ void ZoTerm::SetStatusText(const char* text) {
 }
 
 void ZoTerm::SetStatusFill(std::uint32_t value) {
+    m_ShownFill = value;
     SendMessageA(m_hStatus, SB_SETTEXTA, FillPart | SBT_OWNERDRAW, value);
 }
 

@@ -170,6 +170,7 @@ public:
     std::int32_t m_SummaryColumnWidths[6];
     ComPort* Port = nullptr;
 
+    std::uint32_t m_ShownFill = 0;  // the gauge's value
     HBITMAP m_BandBitmap = nullptr; // background of the rebar's band
 
     // Text on its way into the pane, joined until the next append is due.

@@ -37,7 +37,7 @@ std::size_t CountUntil(const std::vector<Chunk>& chunks, sim::Millis end) {
 
 TEST(Text, FollowsTheBannerCompletelyAndEndsInAPrompt) {
     EXPECT_EQ(sim::TextLine(1), "00000001 @GNU\\cjqx!(/6=DKRY`gnu|%,3:AHOV]d\r\n");
-    for (const std::uint32_t bytes : {2U, 63U, 64U, 65U, 100000U}) {
+    for (const std::uint32_t bytes : {2U, 43U, 44U, 46U, 100000U}) {
         sim::DeviceSetup setup;
         setup.startText = bytes;
         VirtualLine line(setup);
@@ -64,6 +64,13 @@ TEST(Text, LetsAnswersThroughBetweenItsLinesAndStops) {
     EXPECT_EQ(end.substr(end.size() - 14), "\r\n\x02"
                                            "c\r\nzorbel> ");
     EXPECT_EQ(line.device.NextDue(), sim::Never);
+
+    line.Send(Wire("text 1000000"));
+    EXPECT_EQ(line.Wait(200).substr(0, 24), "\x02text 1000000\r\n00000001 ");
+    line.Send(Wire("reboot"));
+    const std::string last = line.Wait(1000);
+    const std::string loader = "\x02reboot\r\nPreparing to load ZoOS\r\n";
+    EXPECT_EQ(last.substr(last.size() - loader.size()), loader);
 }
 
 TEST(Pace, HoldsInTheLongRunAndNeverRunsAhead) {
