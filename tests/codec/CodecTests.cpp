@@ -4,22 +4,14 @@
 #include "link/codec/PackedList.h"
 #include "link/codec/ReplyLine.h"
 #include "link/codec/TerminalText.h"
+#include "tests/support/Vectors.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
-
-std::string FromHex(const std::string& hex) {
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-    return bytes;
-}
 
 std::string Encode(const std::string& line) {
     std::vector<std::uint8_t> wire(CommandLineRoom(line.size()));
@@ -53,17 +45,10 @@ std::string Packed(const std::vector<const char*>& names) {
 } // namespace
 
 TEST(CommandSum, GoldenLines) {
-    std::ifstream file(ZO_VECTORS "/command_lines.txt");
-    int lines = 0;
-    for (std::string row; std::getline(file, row);) {
-        std::string text;
-        std::string wire;
-        if (row.empty() || row[0] == '#' || !(std::istringstream(row) >> text >> wire))
-            continue;
-        EXPECT_EQ(Encode(FromHex(text)), FromHex(wire)) << row;
-        ++lines;
-    }
-    EXPECT_GE(lines, 4);
+    const std::vector<WireVector> vectors = CommandLineVectors();
+    ASSERT_GE(vectors.size(), 20U);
+    for (const WireVector& vector : vectors)
+        EXPECT_EQ(Encode(vector.text), vector.wire) << vector.text;
 }
 
 TEST(CommandSum, LineEndsAreOutsideTheSum) {

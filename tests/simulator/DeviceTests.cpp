@@ -40,18 +40,6 @@ private:
 
 } // namespace
 
-TEST(Device, StartsWithItsBannerAndAPrompt) {
-    sim::DeviceSetup setup;
-    setup.startDelay = 300;
-    VirtualLine line(setup);
-    line.Send(Wire("ver")); // deaf until then
-    EXPECT_EQ(line.Wait(299), "");
-    const std::string start = line.Wait(1);
-    EXPECT_TRUE(Holds(start, "ZoOS console"));
-    EXPECT_EQ(start.substr(start.size() - 10), "\r\nzorbel> ");
-    EXPECT_EQ(line.Wait(10000), "");
-}
-
 TEST(Device, AnswersAfterItsDelayThenEchoesThenPrints) {
     VirtualLine line;
     line.Wait(100);

@@ -1,37 +1,12 @@
 #include "VirtualLine.h"
 
-#include <fstream>
+#include "tests/support/Vectors.h"
+
 #include <random>
-#include <sstream>
 
 using namespace simtest;
 
 namespace {
-
-struct Vector {
-    std::string text;
-    std::string wire;
-};
-
-std::string FromHex(const std::string& hex) {
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-        bytes.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
-
-std::vector<Vector> Vectors() {
-    std::vector<Vector> vectors;
-    std::ifstream file(ZO_VECTORS "/command_lines.txt");
-    for (std::string row; std::getline(file, row);) {
-        std::istringstream words(row);
-        std::string text;
-        std::string wire;
-        if (words >> text >> wire && text[0] != '#')
-            vectors.push_back({FromHex(text), FromHex(wire)});
-    }
-    return vectors;
-}
 
 // The lines that a receiver makes of the bytes.
 std::vector<sim::CommandLine> Lines(std::string_view bytes) {
@@ -47,9 +22,9 @@ std::vector<sim::CommandLine> Lines(std::string_view bytes) {
 } // namespace
 
 TEST(CommandLines, GoldenLinesAreTakenAndAWrongSumIsNot) {
-    const std::vector<Vector> vectors = Vectors();
+    const std::vector<WireVector> vectors = CommandLineVectors();
     ASSERT_GE(vectors.size(), 20U);
-    for (const Vector& vector : vectors) {
+    for (const WireVector& vector : vectors) {
         const std::vector<sim::CommandLine> lines = Lines(vector.wire);
         ASSERT_EQ(lines.size(), 1U) << vector.text;
         EXPECT_TRUE(lines[0].valid) << vector.text;
@@ -64,17 +39,6 @@ TEST(CommandLines, GoldenLinesAreTakenAndAWrongSumIsNot) {
                 EXPECT_FALSE(line.valid) << vector.text << ", bit " << bit;
         }
     }
-}
-
-TEST(CommandLines, ALineThatNeverGetsItsSumDoesNotEatTheNextOne) {
-    VirtualLine line;
-    line.Wait(100);
-    line.Send("ver\n");
-    line.Wait(1001);
-    EXPECT_EQ(line.Ask("ver").substr(0, 4), "\x02ver");
-    line.Send("ver\n");
-    line.Wait(900);
-    EXPECT_EQ(line.Ask("ver").substr(0, 1), "\x01"); // too early: its first bytes were the sum
 }
 
 TEST(CommandLines, OverlongOnesAreRefusedAndTheLongestIsNot) {

@@ -90,22 +90,3 @@ TEST(Pace, HoldsInTheLongRunAndNeverRunsAhead) {
         EXPECT_LE(chunks.size(), 10000U / sim::OutputQueue::PaceStep + 1);
     }
 }
-
-TEST(Pace, IdleTimeIsNoCreditAndALateCallerCatchesUpABit) {
-    sim::DeviceSetup setup;
-    setup.pace = 10000; // a byte each ms
-    VirtualLine line(setup);
-    line.Wait(60000);
-    line.Send(Wire("text 100000"));
-    EXPECT_EQ(line.Wait(20), "");
-    std::size_t count = line.Wait(100).size();
-    EXPECT_LE(count, 100U);
-    EXPECT_GE(count, 94U);
-
-    std::uint8_t buffer[4096];
-    line.now += 800; // a caller that overslept
-    count += line.device.Take(line.now, buffer, sizeof buffer);
-    EXPECT_EQ(count, 900U);
-    line.now += 60000; // a line that stood still
-    EXPECT_EQ(line.device.Take(line.now, buffer, sizeof buffer), sim::OutputQueue::CatchUp);
-}

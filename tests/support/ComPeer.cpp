@@ -1,5 +1,7 @@
 #include "tests/support/ComPeer.h"
 
+#include "simulator/LineReceiver.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -74,13 +76,8 @@ std::string ComPeer::ReceiveRest(DWORD silence) {
 
 std::string OnTheWire(const std::string& line) {
     std::string wire = line.empty() || line.back() != '\n' ? line + "\n" : line;
-    const std::string covered = wire.substr(0, wire.find_last_not_of("\r\n") + 1);
-    unsigned long long sum = 0; // 17 bits of it count
-    for (const char c : covered)
-        sum = (((static_cast<long long>(static_cast<signed char>(c)) & 0xFFFFFFFF) ^ sum) * 2 |
-               ((sum >> 16) & 1)) &
-              0xFFFFFFFF;
+    const std::uint16_t sum = sim::LineSum(wire.substr(0, wire.find_last_not_of("\r\n") + 1));
     wire += static_cast<char>(sum & 0xFF);
-    wire += static_cast<char>((sum >> 8) & 0xFF);
+    wire += static_cast<char>(sum >> 8);
     return wire;
 }

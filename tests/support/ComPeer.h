@@ -33,5 +33,5 @@ private:
     OwnedHandle m_Handle;
 };
 
-// A command line on the wire, from its text.
+// A command line on the wire, with the sum that the simulated device computes.
 std::string OnTheWire(const std::string& line);

@@ -29,10 +29,12 @@ bool CanOpen(const std::string& port) {
 } // namespace
 
 std::optional<std::string> RecordedModemLines(const std::string& port) {
-    std::ifstream file(RigFile("lines/of-" + port));
-    std::string lines;
-    if (!std::getline(file, lines))
+    const std::string path = RigFile("lines/of-" + port);
+    if (path.empty())
         return std::nullopt;
+    std::ifstream file(path);
+    std::string lines = "no record";
+    std::getline(file, lines);
     return lines;
 }
 
