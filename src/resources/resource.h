@@ -2,13 +2,20 @@
 
 // Numbers of the resources and commands, for the resource script and the code.
 
-#define IDR_ACCELERATORS 1
-#define IDI_ZOCONSOLE    13
-#define IDR_MENU         101
-#define IDI_PORT_CLOSED  115
-#define IDI_PORT_OPEN    116
-#define IDB_BAND         256
-#define IDB_TOOLBAR      275
+#define IDR_ACCELERATORS     1
+#define IDI_ZOCONSOLE        13
+#define IDR_MENU             101
+#define IDI_OPTION_ON        110
+#define IDI_OPTION_OFF       111
+#define IDI_INFORMATION_SIGN 112
+#define IDI_ERROR_SIGN       113
+#define IDI_WARNING_SIGN     114
+#define IDI_PORT_CLOSED      115
+#define IDI_PORT_OPEN        116
+#define IDB_BAND             256
+#define IDV_RECEIVE          258
+#define IDV_SEND             259
+#define IDB_TOOLBAR          275
 
 #define IDC_STATUS_BAR   276
 #define IDC_COMMAND_EDIT 1001 // the edit field inside a combo box, numbered by the system
