@@ -6,13 +6,19 @@
 namespace sim {
 
 const ZorbelDevice::Command ZorbelDevice::Commands[] = {
-    {"help", "help            lists the commands", &ZorbelDevice::RunHelp},
-    {"ver", "ver             tells the version", &ZorbelDevice::RunVersion},
-    {"dir", "dir [FOLDER]    lists the files", &ZorbelDevice::RunDir},
-    {"echo", "echo TEXT       prints the text", &ZorbelDevice::RunEcho},
-    {"text", "text BYTES      prints generated text", &ZorbelDevice::RunText},
-    {"c", "c               stops the text", &ZorbelDevice::RunStop},
-    {"reboot", "reboot          restarts the device", &ZorbelDevice::RunReboot},
+    {"help", Place::Console, "help            lists the commands", &ZorbelDevice::RunHelp},
+    {"ver", Place::Console, "ver             tells the version", &ZorbelDevice::RunVersion},
+    {"dir", Place::Console, "dir [FOLDER]    lists the files", &ZorbelDevice::RunDir},
+    {"echo", Place::Console, "echo TEXT       prints the text", &ZorbelDevice::RunEcho},
+    {"text", Place::Console, "text BYTES      prints generated text", &ZorbelDevice::RunText},
+    {"c", Place::Everywhere, "c               stops the text or a file", &ZorbelDevice::RunStop},
+    {"rcv", Place::ConsoleAndLoader, "rcv FILE BYTES  takes a file", &ZorbelDevice::RunTake},
+    {"imgrcv", Place::Console, "imgrcv SIZE N   takes a screen image of N blocks",
+     &ZorbelDevice::RunImage},
+    {"upl", Place::Console, "upl FILE        gives a file", &ZorbelDevice::RunGive},
+    {"pc", Place::Console, "pc on|off       for programs: no echo, no prompt",
+     &ZorbelDevice::RunProgram},
+    {"reboot", Place::Console, "reboot          restarts the device", &ZorbelDevice::RunReboot},
 };
 
 const ZorbelDevice::Command* ZorbelDevice::FindCommand(std::string_view name) {
@@ -63,9 +69,16 @@ bool ZorbelDevice::RunText(Call& call) {
     return true;
 }
 
-bool ZorbelDevice::RunStop(Call&) {
+bool ZorbelDevice::RunStop(Call& call) {
     m_Output.StopText();
+    if (Transfers())
+        LeaveTransfer(call.due);
     return true;
+}
+
+bool ZorbelDevice::RunProgram(Call& call) {
+    m_Quiet = call.arguments == "on";
+    return m_Quiet || call.arguments == "off";
 }
 
 bool ZorbelDevice::RunReboot(Call& call) {

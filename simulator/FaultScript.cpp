@@ -27,6 +27,9 @@ struct FaultRule {
 
 constexpr NumberRule NoiseCount = {"COUNT", 1, 4096};
 constexpr NumberRule NoiseSeed = {"SEED", 0, AnyNumber};
+constexpr NumberRule Step = {"STEP", 0, 1000000};
+constexpr NumberRule Times = {"TIMES", 1, 1000000};
+constexpr NumberRule Rate = {"RATE", 1, 1000};
 
 constexpr FaultRule FaultRules[] = {
     {"silent", FaultKind::Silent, {}},
@@ -35,6 +38,21 @@ constexpr FaultRule FaultRules[] = {
     {"noise-before", FaultKind::NoiseBefore, {{NoiseCount, NoiseSeed}}},
     {"noise-after", FaultKind::NoiseAfter, {{NoiseCount, NoiseSeed}}},
     {"split", FaultKind::Split, {{{"SIZE", 1, 4096}, {"GAP", 1, 10000}}}},
+    {"mute", FaultKind::Mute, {{Step, Times}}},
+    {"pause", FaultKind::Pause, {{Step, {"MS", 1, 60000}}}},
+    {"nack", FaultKind::Nack, {{Step, Times}}},
+    {"ask", FaultKind::Ask, {{Step, {"BLOCK", 0, AnyNumber}}}},
+    {"cancel", FaultKind::Cancel, {{Step}}},
+    {"can", FaultKind::Can, {{Step}}},
+    {"done", FaultKind::Done, {{Step}}},
+    {"bad-crc", FaultKind::BadCrc, {{Step, Times}}},
+    {"wrong-block", FaultKind::WrongBlock, {{Step, Times}}},
+    {"overlong", FaultKind::Overlong, {{Step, Times}}},
+    {"noise", FaultKind::Noise, {{Step, NoiseCount}}},
+    {"end", FaultKind::End, {{Step}}},
+    {"lose", FaultKind::Lose, {{Rate, NoiseSeed}}},
+    {"damage", FaultKind::Damage, {{Rate, NoiseSeed}}},
+    {"repeat", FaultKind::Repeat, {{Rate, NoiseSeed}}},
 };
 
 const FaultRule* FindRule(std::string_view name) {

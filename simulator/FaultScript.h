@@ -17,6 +17,24 @@
 //     noise-before COUNT SEED     COUNT random bytes, never 0x01 or 0x02, before the answer
 //     noise-after COUNT SEED      the same behind the answer, before the command's output
 //     split SIZE GAP              answer and output come in pieces of SIZE bytes, GAP ms apart
+//
+// The others hit the transfer that the command line starts. STEP counts what the device says in
+// it: when it takes a file, 0 is the reply before the first block, and each block brings the next
+// reply; when it gives one, 0 is the answer to the start, and each request brings the next packet.
+//
+//     mute STEP TIMES             TIMES replies or packets from STEP on are not sent
+//     pause STEP MS               what is said at STEP comes MS later
+//     nack STEP TIMES             "nack" TIMES times; the blocks count as not arrived
+//     ask STEP BLOCK              BLOCK is asked for by number; later blocks too, as they are due
+//     cancel STEP                 "cancel", and the transfer is over; can and done likewise
+//     bad-crc STEP TIMES          packets with a damaged CRC
+//     wrong-block STEP TIMES      good packets with the number of the block before
+//     overlong STEP TIMES         packets whose length field says 600
+//     noise STEP COUNT            COUNT random bytes right before a packet
+//     end STEP                    an end packet, and the transfer is over
+//     lose RATE SEED              of 1000 bytes RATE are lost on their way, in both directions
+//     damage RATE SEED            one bit of the byte is turned over
+//     repeat RATE SEED            the byte comes twice
 
 #include <array>
 #include <cstddef>
@@ -27,7 +45,29 @@
 
 namespace sim {
 
-enum class FaultKind { Silent, Refuse, Late, NoiseBefore, NoiseAfter, Split };
+enum class FaultKind {
+    Silent,
+    Refuse,
+    Late,
+    NoiseBefore,
+    NoiseAfter,
+    Split,
+    Mute,
+    Pause,
+    Nack,
+    Ask,
+    Cancel,
+    Can,
+    Done,
+    BadCrc,
+    WrongBlock,
+    Overlong,
+    Noise,
+    End,
+    Lose,
+    Damage,
+    Repeat,
+};
 
 struct Fault {
     static constexpr std::size_t MaxNumbers = 2;

@@ -31,6 +31,9 @@ public:
     // follow in time is forgotten, and the byte starts a new one.
     bool Add(std::uint8_t byte, Millis now, CommandLine& line);
 
+    // True while a line has begun and is not complete.
+    bool Begun() const { return m_Expect != Expect::Text || !m_Text.empty(); }
+
     // Forgets what has arrived of a line.
     void Reset();
 

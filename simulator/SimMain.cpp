@@ -5,8 +5,6 @@
 
 #include <shellapi.h>
 
-#include <algorithm>
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -14,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "DeviceServer.h"
 #include "SerialPort.h"
 #include "SimOptions.h"
 #include "ZorbelDevice.h"
@@ -34,16 +33,6 @@ BOOL WINAPI OnConsoleControl(DWORD control) {
     if (control != CTRL_C_EVENT && control != CTRL_BREAK_EVENT)
         WaitForSingleObject(endedEvent, MostTimeToEnd); // afterwards the process is gone
     return TRUE;
-}
-
-sim::Millis Now() {
-    LARGE_INTEGER frequency = {};
-    LARGE_INTEGER counter = {};
-    QueryPerformanceFrequency(&frequency);
-    QueryPerformanceCounter(&counter);
-    const auto ticks = static_cast<sim::Millis>(counter.QuadPart);
-    const auto perSecond = static_cast<sim::Millis>(frequency.QuadPart);
-    return ticks / perSecond * 1000 + ticks % perSecond * 1000 / perSecond;
 }
 
 std::vector<std::wstring> Arguments() {
@@ -102,42 +91,6 @@ bool FindFiles(const std::wstring& folder, sim::DeviceFiles& files) {
     return true;
 }
 
-DWORD TimeUntil(sim::Millis due, sim::Millis now) {
-    if (due == sim::Never)
-        return INFINITE;
-    const sim::Millis wait = due > now ? due - now : 0;
-    return static_cast<DWORD>(std::min<sim::Millis>(wait, INFINITE - 1));
-}
-
-// Carries bytes between the device and its port until the stop event. False: the port is gone.
-bool Serve(sim::ZorbelDevice& device, sim::SerialPort& port) {
-    const std::array<HANDLE, 3> events = {stopEvent, port.ReadEvent(), port.WriteEvent()};
-    std::array<std::uint8_t, 4096> received = {};
-    device.SwitchOn(Now());
-    for (;;) {
-        const sim::Millis now = Now();
-        if (!port.Writing()) {
-            const std::size_t count =
-                device.Take(now, port.WriteBuffer(), sim::SerialPort::WriteRoom);
-            if (count != 0 && !port.StartWrite(count))
-                return false;
-        }
-        const DWORD timeout = port.Writing() ? INFINITE : TimeUntil(device.NextDue(), now);
-        const DWORD signaled = WaitForMultipleObjects(static_cast<DWORD>(events.size()),
-                                                      events.data(), FALSE, timeout);
-        if (signaled == WAIT_OBJECT_0)
-            return true;
-        if (signaled == WAIT_OBJECT_0 + 1) {
-            std::size_t count = 0;
-            if (!port.FinishRead(received.data(), received.size(), count))
-                return false;
-            device.Receive(received.data(), count, Now());
-        }
-        if (signaled == WAIT_OBJECT_0 + 2 && !port.FinishWrite())
-            return false;
-    }
-}
-
 int Run(const sim::SimOptions& options) {
     sim::FaultScript script;
     sim::DeviceFiles files;
@@ -157,7 +110,7 @@ int Run(const sim::SimOptions& options) {
         return ReportPort(options.port, "cannot be opened", port.Error());
     std::printf("ZorbelSim: serving COM%u\n", options.port);
     std::fflush(stdout);
-    if (!Serve(device, port))
+    if (!sim::Serve(device, port, stopEvent))
         return ReportPort(options.port, "is gone", port.Error());
     return ExitStopped;
 }

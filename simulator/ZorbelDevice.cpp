@@ -48,11 +48,14 @@ Millis ZorbelDevice::NextDue() const {
 void ZorbelDevice::Advance(Millis now) {
     while (m_StateEnd <= now) {
         const Millis end = std::exchange(m_StateEnd, Never);
-        if (m_State == State::Restarting) {
-            EnterLoader(end);
-            continue;
+        switch (m_State) {
+        case State::Restarting: EnterLoader(end); break;
+        case State::Starting:
+        case State::Loader: EnterConsole(end); break;
+        case State::Taking:
+        case State::Giving: TransferQuiet(end); break;
+        case State::Console: break;
         }
-        EnterConsole(end);
     }
 }
 
@@ -64,6 +67,7 @@ void ZorbelDevice::EnterLoader(Millis now) {
 
 void ZorbelDevice::EnterConsole(Millis now) {
     m_State = State::Console;
+    m_Quiet = false;
     m_Line.Reset();
     Send(StartBanner, now);
     const std::uint64_t text = std::exchange(m_Setup.startText, 0);
@@ -81,13 +85,19 @@ void ZorbelDevice::ReceiveByte(std::uint8_t byte, Millis now) {
     case State::Starting:
     case State::Restarting: return;
     case State::Console:
-    case State::Loader: {
-        CommandLine line;
-        if (m_Line.Add(byte, now, line))
-            HandleLine(line, now);
+    case State::Loader: ReceiveLineByte(byte, now); return;
+    case State::Taking:
+    case State::Giving:
+        for (const char passed : m_Transfer.incoming.Pass({reinterpret_cast<char*>(&byte), 1}))
+            ReceiveTransferByte(static_cast<std::uint8_t>(passed), now);
         return;
     }
-    }
+}
+
+void ZorbelDevice::ReceiveLineByte(std::uint8_t byte, Millis now) {
+    CommandLine line;
+    if (m_Line.Add(byte, now, line))
+        HandleLine(line, now);
 }
 
 void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
@@ -109,7 +119,7 @@ void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
     AddNoise(FaultKind::NoiseBefore, call.due);
     Send(std::string(1, static_cast<char>(accepted ? Accepted : Refused)), call.due);
     AddNoise(FaultKind::NoiseAfter, call.due);
-    if (accepted)
+    if (accepted && !m_Quiet)
         Send(Printable(line.text) + "\r\n", call.due);
     if (accepted || !call.output.empty()) {
         Send(std::move(call.output), call.due);
@@ -119,19 +129,23 @@ void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
 
 // Carries out a command line when nothing speaks against it. Returns the answer.
 bool ZorbelDevice::Carry(const CommandLine& line, Call& call) {
-    if (!line.valid || m_State != State::Console ||
-        m_Script.Find(FaultKind::Refuse, m_CommandNumber) != nullptr)
+    if (!line.valid || m_Script.Find(FaultKind::Refuse, m_CommandNumber) != nullptr)
         return false;
     call.arguments = line.text;
     const std::string_view name = NextWord(call.arguments);
-    if (name.empty())
-        return true;
     const Command* const command = FindCommand(name);
-    if (command == nullptr) {
+    if (command == nullptr && m_State == State::Console && !name.empty())
         call.output = "unknown command: " + Printable(name) + "\r\n";
+    if (command == nullptr)
+        return m_State == State::Console && name.empty();
+    if (!Works(command->place))
         return false;
-    }
     return (this->*command->run)(call);
+}
+
+bool ZorbelDevice::Works(Place place) const {
+    return m_State == State::Console || place == Place::Everywhere ||
+           (m_State == State::Loader && place == Place::ConsoleAndLoader);
 }
 
 void ZorbelDevice::AddNoise(FaultKind kind, Millis due) {
@@ -150,7 +164,7 @@ void ZorbelDevice::AddNoise(FaultKind kind, Millis due) {
 
 // The prompt comes when the console is free; text that runs gets its prompt at its end.
 void ZorbelDevice::AddPrompt(Millis due) {
-    if (m_State == State::Console && !m_TextRuns)
+    if (m_State == State::Console && !m_TextRuns && !m_Quiet)
         Send(Prompt, due);
 }
 

@@ -11,9 +11,11 @@
 
 #include "DeviceFiles.h"
 #include "FaultScript.h"
+#include "Frames.h"
 #include "LineReceiver.h"
 #include "Millis.h"
 #include "OutputQueue.h"
+#include "Transfer.h"
 
 namespace sim {
 
@@ -53,7 +55,9 @@ private:
         Starting,   // deaf, the start banner comes next
         Console,    // carries out command lines
         Restarting, // deaf, the loader's banner comes next
-        Loader,     // refuses command lines, the start banner comes next
+        Loader,     // takes only a boot image, the start banner comes next
+        Taking,     // a file comes from the host
+        Giving,     // a file goes to the host
     };
 
     // One command line being carried out.
@@ -63,8 +67,12 @@ private:
         std::string output; // what the command prints
     };
 
+    // Where a command works.
+    enum class Place { Console, ConsoleAndLoader, Everywhere };
+
     struct Command {
         std::string_view name;
+        Place place;
         std::string_view usage;
         bool (ZorbelDevice::*run)(Call& call); // false: the command line is refused
     };
@@ -79,17 +87,42 @@ private:
     bool RunText(Call& call);
     bool RunStop(Call& call);
     bool RunReboot(Call& call);
+    bool RunProgram(Call& call);
+    bool RunTake(Call& call);
+    bool RunImage(Call& call);
+    bool RunGive(Call& call);
 
     void Advance(Millis now);
     void EnterLoader(Millis now);
     void EnterConsole(Millis now);
     void ReceiveByte(std::uint8_t byte, Millis now);
+    void ReceiveLineByte(std::uint8_t byte, Millis now);
+    bool Works(Place place) const;
+    bool Transfers() const { return m_State == State::Taking || m_State == State::Giving; }
     void HandleLine(const CommandLine& line, Millis now);
     bool Carry(const CommandLine& line, Call& call);
     bool ListFolder(std::string_view folder, std::string& output) const;
     void AddNoise(FaultKind kind, Millis due);
     void AddPrompt(Millis due);
     void Send(std::string bytes, Millis due) { m_Output.Add(std::move(bytes), due, m_Shape); }
+
+    bool BeginTransfer(Transfer transfer, Call& call);
+    void AwaitFrame();
+    void ReceiveTransferByte(std::uint8_t byte, Millis now);
+    void TransferQuiet(Millis now);
+    void OpenTaking(Millis now);
+    void TakeBlock(Millis now);
+    void Reply(Millis now);
+    void Store(Millis now);
+    void GivePacket(Millis now);
+    std::string NextPacket(std::uint16_t number);
+    void DamagePacket(std::string& packet);
+    void EndTransfer(Millis now);
+    void LeaveTransfer(Millis now);
+    Millis NextStepDue(Millis now);
+    bool Hits(FaultKind kind) const;
+    const Fault* At(FaultKind kind) const;
+    void Say(std::string bytes, Millis due);
 
     DeviceSetup m_Setup;
     FaultScript m_Script;
@@ -100,6 +133,9 @@ private:
     LineReceiver m_Line;
     OutputQueue m_Output;
     bool m_TextRuns = false;
+    bool m_Quiet = false; // "pc on": a program talks, not a person
+    Transfer m_Transfer;
+    FrameCollector m_Frame;
     std::uint32_t m_CommandNumber = 0;
     Shape m_Shape; // of everything that is sent until the next command line
 };

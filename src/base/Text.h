@@ -38,3 +38,11 @@ bool FormatText(char (&dest)[Size], const char* format, ...) {
         dest[0] = '\0';
     return length >= 0 && static_cast<std::size_t>(length) < Size;
 }
+
+// True when the text holds a control character: a line end in it would end a command line early.
+inline bool HasControlCharacter(const char* text) {
+    for (; *text; ++text)
+        if (static_cast<unsigned char>(*text) < 0x20 || *text == 0x7F)
+            return true;
+    return false;
+}

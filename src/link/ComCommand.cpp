@@ -26,8 +26,10 @@ bool ComPort::SendCommand(const char* line) {
 
     if (wire[0] == '\n')
         m_CommandAnswer = AnswerAccepted; // the device does not answer an empty line
-    else if (written)
-        WaitForSingleObject(m_CommandEvent, CommandTimeout);
+    else if (written) {
+        const HANDLE either[] = {m_CommandEvent, m_AbortWaitsEvent};
+        WaitForMultipleObjects(2, either, FALSE, CommandTimeout);
+    }
     m_AnswerAwaited = false;
     return m_CommandAnswer == AnswerAccepted || m_ReplyState == ReplySend;
 }

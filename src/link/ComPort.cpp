@@ -141,7 +141,7 @@ bool ComPort::CreateEvents() {
         {&m_ReadOverlapped.hEvent, manual}, {&m_ReplyEvent, automatic},
         {&m_CancelSendEvent, manual},       {&m_StopReaderEvent, manual},
         {&m_CommandEvent, automatic},       {&m_DataEvent, manual},
-        {&m_AbortWritesEvent, manual},
+        {&m_AbortWaitsEvent, manual},
     };
     for (const auto& entry : events) {
         *entry.event = CreateEventA(nullptr, entry.reset, FALSE, nullptr);
@@ -159,8 +159,9 @@ bool ComPort::StartReader() {
 bool ComPort::Close() {
     if (!RequireOpen())
         return false;
-    if (m_AbortWritesEvent)
-        SetEvent(m_AbortWritesEvent);
+    StopTransfers();
+    if (m_AbortWaitsEvent)
+        SetEvent(m_AbortWaitsEvent);
     if (m_ReaderThread) {
         SetEvent(m_StopReaderEvent);
         WaitForSingleObject(m_ReaderThread, INFINITE);
@@ -169,7 +170,7 @@ bool ComPort::Close() {
 
     CloseAndClear(m_ReadOverlapped.hEvent);
     for (HANDLE* event : {&m_ReplyEvent, &m_CancelSendEvent, &m_StopReaderEvent, &m_CommandEvent,
-                          &m_DataEvent, &m_AbortWritesEvent})
+                          &m_DataEvent, &m_AbortWaitsEvent})
         CloseAndClear(*event);
     delete[] m_InBuffer;
     CloseAndClear(m_Handle);
@@ -210,7 +211,7 @@ bool ComPort::WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD 
         return Fail(GetLastError());
 
     m_LastError = ERROR_IO_PENDING;
-    const HANDLE either[] = {done.get(), m_AbortWritesEvent};
+    const HANDLE either[] = {done.get(), m_AbortWaitsEvent};
     const DWORD waited = WaitForMultipleObjects(2, either, FALSE, timeout);
     if (waited != WAIT_OBJECT_0)
         CancelIoEx(m_Handle, &overlapped);

@@ -1,14 +1,18 @@
 #pragma once
 
-// The serial link of one terminal: the port, its reader thread, command lines and their answers.
+// The serial link of one terminal: the port, its reader thread, command lines and their answers,
+// files sent and received.
 
+#include "link/codec/Packet.h"
 #include "link/codec/ReplyLine.h"
+#include "link/codec/SendCursor.h"
 #include "link/codec/TerminalText.h"
 
 #include <windows.h>
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 // A snapshot of a transfer. Status is a Win32 error number: ERROR_IO_PENDING while it runs, 0 at
 // its end, another number when it failed. Sizes are in bytes.
@@ -38,6 +42,10 @@ public:
     static constexpr std::uint32_t DefaultImageBlockSize = 264;
     static constexpr DWORD DriverQueueSize = 4096;
     static constexpr DWORD CommandTimeout = 2000; // ms for a command line's answer
+    static constexpr DWORD ReplyTimeout = 5000;   // ms for a reply line during a send
+    static constexpr DWORD FramePause = 70;       // ms before each block frame
+    static constexpr DWORD PacketPause = 200;     // ms for the device to answer a request
+    static constexpr DWORD PoliteStop = 2500;     // ms for a transfer to end in its own way
 
     ComPort();
     ~ComPort();
@@ -50,9 +58,9 @@ public:
     // it is open.
     bool Open(const char* path, std::uint32_t baud, std::uint32_t inSize);
 
-    // GUI thread only. Stops every thread of the port and joins it before anything it uses is
-    // released; a write that waits for the line is canceled. Forgets the notification target.
-    // ERROR_INVALID_HANDLE when the port is not open.
+    // GUI thread only. Cancels a transfer, then stops every thread of the port and joins it before
+    // anything it uses is released; ends within 3 s even when the line takes no bytes. Forgets the
+    // notification target. ERROR_INVALID_HANDLE when the port is not open.
     bool Close();
 
     // GUI thread. Changes the speed in bits per second; a refusal leaves the old one.
@@ -87,11 +95,55 @@ public:
     // when the device accepted it.
     bool SendCommand(const char* line);
 
+    // GUI thread. Reads a local file into memory and starts to send it. On the device it goes to
+    // `folder` (null: none is named) under the base name of `nameSource` (null: of `path`).
+    // `imageBlockSize` in bytes, for SendModeImage. False with the reason in LastError and Status:
+    // ERROR_BUSY while a transfer runs, which is left alone; ERROR_INVALID_PARAMETER for a block
+    // size that a frame cannot hold; ERROR_FILENAME_EXCED_RANGE or ERROR_INVALID_NAME for a target
+    // that no command line can hold; the platform's error when the file cannot be read.
+    // Progress and the end are told by NotifyTransfer; at the end Status is 0, ERROR_BAD_COMMAND
+    // when the device refused, ERROR_CANCELLED for any other failure.
+    bool StartSend(const char* folder, const char* path, const char* nameSource, std::uint32_t mode,
+                   std::uint32_t imageBlockSize);
+
+    // GUI thread. Cancels a send and waits for its end, at most 3 s.
+    void StopSend();
+
+    // GUI thread. Starts to receive the device's file `deviceName` into the local file `path`,
+    // which is replaced. False with the reason in LastError and Status, as StartSend. Progress and
+    // the end are told by NotifyTransfer; the last one comes when the line is the terminal's again.
+    // A failed or canceled receive deletes the local file.
+    bool StartReceive(const char* path, const char* deviceName);
+
+    // GUI thread. Cancels a receive and waits for its end, at most 3 s, whatever the device sends.
+    // Always true.
+    bool StopReceive();
+
     // Internal operations of the reader and the transfer threads.
     void RunReader();
+    void RunSend();
+    void RunReceive();
     void AppendInput(const std::uint8_t* bytes, std::uint32_t count);
     void PostText();
     void PostTransfer();
+
+    // Send thread. Waits for a reply line: true when one came, false when the send was canceled
+    // or, with a limit, when ReplyTimeout is over.
+    bool WaitReply();
+    bool WaitReplyTimed();
+
+    // Receive thread, in raw mode. The next byte, -1 when none came within m_ByteTimeout ms or the
+    // receive is to end.
+    int ReadByte();
+    std::int32_t ReadWord();  // negative with 16 low zero bits when a byte did not come
+    std::uint32_t ReadLong(); // a half that did not come counts as 0
+
+    // Receive thread. See ReadPacketFrom in codec/Packet.h.
+    bool ReadPacket(std::uint32_t& type, std::uint8_t& sub, std::uint32_t& length,
+                    std::uint8_t* payload, std::uint32_t max);
+
+    // Writes a control packet. Always true: one that is lost is asked for again.
+    bool SendControl(std::uint16_t code, std::uint16_t value);
 
     HANDLE m_Handle = nullptr;
     std::atomic<std::uint32_t> m_LastError{0};
@@ -133,9 +185,11 @@ public:
     char m_ReceivePath[MAX_PATH] = {};
     char m_ReceiveName[MAX_PATH] = {};
 
-    // Each port has a checksum register of its own, so ports never disturb each other.
+    // Each port has registers of its own, so ports never disturb each other.
     std::uint32_t m_CommandSum = 0;
-    HANDLE m_AbortWritesEvent = nullptr;       // manual-reset; set: no write may wait any longer
+    std::uint32_t m_PacketCrc = CrcPreset;
+    std::uint8_t* m_SendFrame = nullptr;       // room for one frame, as long as m_SendData
+    HANDLE m_AbortWaitsEvent = nullptr;        // manual-reset; set: nothing waits for the line
     std::atomic<std::uint32_t> m_LineSpeed{0}; // bits per second
     std::atomic<bool> m_AnswerAwaited{false};
     std::atomic<bool> m_TextNoticeWaits{false};
@@ -147,6 +201,8 @@ private:
     // What the reader thread keeps from chunk to chunk.
     struct Reader {
         LineBuffer line;
+        std::unique_ptr<std::uint8_t[]> chunk; // grows to the largest one
+        std::uint32_t room = 0;
         std::uint64_t lastChunkAt = 0; // GetTickCount64
     };
 
@@ -159,6 +215,32 @@ private:
     bool RequireOpen();
     bool WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD timeout);
     bool Post(NotifyKind kind);
+
+    bool BeginTransfer();
+    bool FailTransfer(DWORD error);
+    bool StartTransferThread(HANDLE& thread, LPTHREAD_START_ROUTINE body);
+    void ShowProgress(std::uint32_t block, std::uint32_t done, std::uint32_t errors);
+    void EndTransfer(DWORD status);
+    void StopTransfers();
+    void JoinTransfer(HANDLE& thread);
+
+    bool NameTarget(const char* folder, const char* path, const char* nameSource);
+    bool ComposeSendCommand(char (&line)[MAX_PATH]) const;
+    bool LoadSendData(const char* path);
+    bool ReadWhole(HANDLE file);
+    void FreeSendData();
+    std::uint32_t SendBlockSize() const;
+    DWORD SendFile();
+    bool SendBlocks();
+    std::uint32_t EncodeFrame(const SendCursor& cursor);
+
+    DWORD ReceiveFile();
+    void EnterRawMode();
+    void LeaveRawMode(bool aborted);
+    bool StartUpload();
+    DWORD ReceiveBlocks();
+    DWORD StoreBlock(const std::uint8_t* payload, std::uint32_t length);
+    DWORD EndReceive(DWORD status);
 
     ReaderStep ReadChunk(Reader& reader);
     bool Gathers(const Reader& reader) const;

@@ -6,7 +6,6 @@
 #include "link/InputLock.h"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 
 namespace {
@@ -65,8 +64,12 @@ ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     COMSTAT status = {};
     if (!ClearCommError(m_Handle, &errors, &status))
         return ReaderStep::Lost;
-    const std::unique_ptr<std::uint8_t[]> chunk(new (std::nothrow)
-                                                    std::uint8_t[status.cbInQue + 1]);
+    const std::uint32_t wanted = status.cbInQue + 1;
+    if (reader.room < wanted) {
+        reader.chunk.reset(new (std::nothrow) std::uint8_t[wanted]);
+        reader.room = reader.chunk ? wanted : 0;
+    }
+    std::uint8_t* const chunk = reader.chunk.get();
     if (!chunk) { // short of memory: byte by byte then
         HandleChunk(reader.line, &first, 1);
         return ReaderStep::Bytes;
@@ -76,7 +79,7 @@ ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     taken = 0;
     if (status.cbInQue > 0)
         step = ReadBytes(&chunk[1], status.cbInQue, &taken);
-    HandleChunk(reader.line, chunk.get(), taken + 1);
+    HandleChunk(reader.line, chunk, taken + 1);
     return step == ReaderStep::NoBytes ? ReaderStep::Bytes : step;
 }
 
@@ -137,12 +140,10 @@ void ComPort::AwaitRoom(std::uint32_t room) {
 }
 
 void ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count) {
-    {
-        const InputLock lock(*this);
-        InputBuffer input = lock.Buffer();
-        AppendRaw(input, bytes, count);
-        m_InCount = input.count;
-    }
+    const InputLock lock(*this); // also around the event: ReadByte resets it under the lock
+    InputBuffer input = lock.Buffer();
+    AppendRaw(input, bytes, count);
+    m_InCount = input.count;
     SetEvent(m_DataEvent);
 }
 
@@ -184,6 +185,8 @@ void ComPort::TakeAnswer(std::uint8_t byte) {
 
 void ComPort::AppendInput(const std::uint8_t* bytes, std::uint32_t count) {
     const InputLock lock(*this);
+    if (m_RawMode) // a receive has begun since the mode was looked at: the text came too late
+        return;
     InputBuffer input = lock.Buffer();
     const std::uint8_t answer = AppendText(input, bytes, count);
     m_InCount = input.count;
@@ -191,11 +194,15 @@ void ComPort::AppendInput(const std::uint8_t* bytes, std::uint32_t count) {
         TakeAnswer(answer);
 }
 
-// GUI thread; see ComPort.h. The raw-data event is left alone: it belongs to a receive.
+// GUI thread; see ComPort.h. Raw bytes and their event are left alone: they belong to a receive.
 bool ComPort::ReadText(char* buffer, std::uint32_t* count) {
     if (!RequireOpen())
         return false;
     const InputLock lock(*this);
+    if (m_RawMode) {
+        *count = 0;
+        return true;
+    }
     InputBuffer input = lock.Buffer();
     *count = TakeFront(input, reinterpret_cast<std::uint8_t*>(buffer), *count);
     m_InCount = input.count;

@@ -2,12 +2,14 @@
 
 #include "link/ComPort.h"
 #include "tests/support/ComPeer.h"
+#include "tests/support/Files.h"
 #include "tests/support/NoticeWindow.h"
 #include "tests/support/Rig.h"
 #include "tests/support/Wait.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -185,15 +187,70 @@ TEST_F(OpenPortTest, LineLeftFromLineModeComesBeforeTheNextText) {
     EXPECT_EQ(Text(7), "rest!\r\n");
 }
 
-TEST_F(OpenPortTest, RawModeKeepsEveryByteAndPostsNothing) {
+TEST_F(OpenPortTest, RawModeKeepsEveryByteForTheReceiveOnly) {
     port->m_RawMode = 1;
+    port->m_ByteTimeout = Patience;
     const std::string packet("\x01\x02\r\n\0\xFF"
                              "ack\n",
                              10);
     peer.Send(packet);
-    EXPECT_EQ(WaitForSingleObject(port->m_DataEvent, Patience), WAIT_OBJECT_0);
-    EXPECT_EQ(Text(10), packet);
+    EXPECT_EQ(port->ReadLong(), 0x01020D0AU);
+    EXPECT_EQ(Text(0), "") << "the terminal must not take a packet's bytes";
+    EXPECT_EQ(port->ReadWord(), 0x00FF);
+    for (const char byte : packet.substr(6))
+        EXPECT_EQ(port->ReadByte(), byte);
+    port->m_ByteTimeout = 50;
+    EXPECT_EQ(port->ReadByte(), -1);
+    EXPECT_EQ(port->ReadWord(), -0x10000);
     EXPECT_EQ(window.Take(NotifyText), 0);
+}
+
+TEST_F(OpenPortTest, StopReceiveAndCloseEndUnderAFlood) {
+    const TestFolder folder;
+    for (const bool close : {false, true}) {
+        std::atomic<bool> stop{false};
+        std::thread device([&] {
+            peer.Receive(OnTheWire("upl x").size());
+            for (std::string bytes = "\x02"; !stop; bytes = std::string(2000, '\x01'))
+                peer.Send(bytes);
+        });
+        ASSERT_TRUE(port->StartReceive(folder.Path("x").c_str(), "x"));
+        EXPECT_TRUE(WaitUntil([&] { return port->m_RawMode != 0; }));
+        Sleep(700);
+        const ULONGLONG start = GetTickCount64();
+        EXPECT_TRUE(close ? port->Close() : port->StopReceive());
+        EXPECT_LT(GetTickCount64() - start, 3000U);
+        EXPECT_FALSE(folder.Exists("x"));
+        stop = true;
+        peer.ReceiveRest(20);
+        device.join();
+        if (!close) {
+            Sleep(100); // the rest of the flood is text, and no answer
+            peer.ReceiveRest(20);
+        }
+    }
+}
+
+TEST_F(OpenPortTest, StopSendEndsWhenTheLineTakesNoBytes) {
+    const TestFolder folder;
+    folder.Write("image", std::string(200000, 'i'));
+    std::thread device([&] {
+        peer.Receive(OnTheWire("imgrcv 65535 3\r\n").size());
+        peer.Send("\x02");
+        Sleep(50);
+        peer.Send("ack\n"); // and reads nothing of the block
+    });
+    ASSERT_TRUE(port->StartSend(nullptr, folder.Path("image").c_str(), nullptr, SendModeImage,
+                                65535));
+    device.join();
+    Sleep(300);
+    EXPECT_EQ(port->m_Info.Status, DWORD{ERROR_IO_PENDING}) << "the block does not fit the line";
+    const ULONGLONG start = GetTickCount64();
+    port->StopSend();
+    EXPECT_LT(GetTickCount64() - start, 3000U);
+    EXPECT_EQ(port->m_Info.Status, DWORD{ERROR_CANCELLED});
+    EXPECT_GT(peer.ReceiveRest().size(), 1000U);
+    EXPECT_TRUE(Command("dir", "\x02")) << "the port is usable again";
 }
 
 TEST_F(OpenPortTest, FloodFillsTheBufferAndTheLineGoesOn) {

@@ -17,6 +17,16 @@ ComPair ReadComPair() {
     return ends;
 }
 
+std::vector<ComPair> AllComPairs() {
+    std::vector<ComPair> pairs = {ReadComPair()};
+    if (!std::getenv("ZO_RIG_DIR"))
+        return pairs;
+    for (int number = 2; number <= 4; ++number)
+        pairs.push_back({"COM" + std::to_string(number), "COM" + std::to_string(number + 100),
+                         number});
+    return pairs;
+}
+
 ComPeer::ComPeer() {
     const std::string path = "\\\\.\\" + ReadComPair().device;
     const HANDLE handle = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,

@@ -5,6 +5,7 @@
 #include "base/Owned.h"
 
 #include <string>
+#include <vector>
 
 // The two ends, from the environment: ZO_COM_PAIR holds "COM1,COM101" or another pair's names.
 struct ComPair {
@@ -16,6 +17,9 @@ struct ComPair {
 };
 
 ComPair ReadComPair();
+
+// Every pair that tests may use at the same time: four where the rig is, else the one.
+std::vector<ComPair> AllComPairs();
 
 class ComPeer {
 public:

@@ -1,6 +1,6 @@
 #pragma once
 
-// The wire's golden bytes: command lines as text and as they go over the line.
+// The wire's golden bytes: command lines, frames and packets.
 
 #include <fstream>
 #include <sstream>
@@ -28,6 +28,34 @@ inline std::vector<WireVector> CommandLineVectors() {
         std::string wire;
         if (words >> text >> wire && text[0] != '#')
             vectors.push_back({FromHex(text), FromHex(wire)});
+    }
+    return vectors;
+}
+
+struct FrameVector {
+    std::string kind; // "frame", "data" or "control"
+    unsigned number;  // the block, or the code
+    std::string data;
+    unsigned value; // of a control packet
+    std::string wire;
+};
+
+inline std::vector<FrameVector> FrameVectors(const std::string& kind) {
+    std::vector<FrameVector> vectors;
+    std::ifstream file(ZO_VECTORS "/frames.txt");
+    for (std::string row; std::getline(file, row);) {
+        std::istringstream words(row);
+        FrameVector vector = {};
+        std::string second;
+        std::string wire;
+        if (!(words >> vector.kind >> vector.number >> second >> wire) || vector.kind != kind)
+            continue;
+        if (kind == "control")
+            vector.value = static_cast<unsigned>(std::stoul(second));
+        else if (second != "-")
+            vector.data = FromHex(second);
+        vector.wire = FromHex(wire);
+        vectors.push_back(vector);
     }
     return vectors;
 }

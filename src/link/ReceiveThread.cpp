@@ -1,0 +1,170 @@
+// Files from the device: a command line asks for the file, control packets ask for its blocks,
+// packets in raw mode bring them.
+
+#include "link/ComPort.h"
+
+#include "base/Text.h"
+#include "link/InputLock.h"
+
+namespace {
+
+constexpr std::uint32_t MostFailures = 10; // reads in a row, of the start or of one block
+constexpr char UploadCommand[] = "upl %s";
+
+DWORD WINAPI ReceiveThread(void* port) {
+    static_cast<ComPort*>(port)->RunReceive();
+    return 0;
+}
+
+} // namespace
+
+bool ComPort::StartReceive(const char* path, const char* deviceName) {
+    if (!BeginTransfer())
+        return false;
+    if (!CopyText(m_ReceivePath, path) || !CopyText(m_ReceiveName, deviceName))
+        return FailTransfer(ERROR_FILENAME_EXCED_RANGE);
+    if (HasControlCharacter(m_ReceiveName))
+        return FailTransfer(ERROR_INVALID_NAME);
+    m_ReceiveAbort = 0;
+    return StartTransferThread(m_ReceiveThread, &ReceiveThread) || FailTransfer(GetLastError());
+}
+
+void ComPort::RunReceive() {
+    EndTransfer(EndReceive(ReceiveFile()));
+}
+
+// Returns the status. With m_ReceiveAbort set the local file is to go and the device to stop.
+DWORD ComPort::ReceiveFile() {
+    const HANDLE file = CreateFileA(m_ReceivePath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        m_ReceiveAbort = 1;
+        return GetLastError();
+    }
+    m_ReceiveHandle = file;
+
+    char command[sizeof(UploadCommand) + sizeof(m_ReceiveName)];
+    FormatText(command, UploadCommand, m_ReceiveName);
+    if (!SendCommand(command))
+        return ERROR_CANCELLED; // the empty file stays
+    Sleep(PacketPause);
+    if (m_ReceiveAbort)
+        return ERROR_CANCELLED;
+    EnterRawMode();
+    if (!StartUpload()) {
+        m_ReceiveAbort = 1;
+        return ERROR_CANCELLED;
+    }
+    return ReceiveBlocks();
+}
+
+// The terminal text that nobody has fetched is dropped; every byte from here on is a packet's.
+void ComPort::EnterRawMode() {
+    const InputLock lock(*this);
+    m_InCount = 0;
+    m_RawMode = 1;
+}
+
+// What came behind a complete file is text again; what is left of an aborted one is no text.
+void ComPort::LeaveRawMode(bool aborted) {
+    const InputLock lock(*this);
+    if (m_RawMode && aborted)
+        m_InCount = 0;
+    m_RawMode = 0;
+    ResetEvent(m_DataEvent);
+}
+
+// False when the device refuses, does not answer, or the receive is canceled.
+bool ComPort::StartUpload() {
+    std::uint32_t type = 0;
+    std::uint8_t sub = 0;
+    std::uint32_t length = 0;
+    std::uint8_t payload[LargestPayload] = {};
+    std::uint32_t failures = 0;
+    while (failures < MostFailures && !m_ReceiveAbort) {
+        SendControl(CtlStart, 0);
+        if (!ReadPacket(type, sub, length, payload, sizeof(payload)))
+            ++failures;
+        // Also after a failed read: a packet that lost only its end still tells what it is.
+        const std::uint8_t code = ControlCodeOf(type, length, payload);
+        if (code == CtlReady)
+            return failures < MostFailures;
+        if (code == CtlEnd)
+            return false;
+    }
+    return false;
+}
+
+DWORD ComPort::ReceiveBlocks() {
+    std::uint32_t block = 0;
+    std::uint32_t total = 0;
+    std::uint32_t errors = 0;
+    std::uint32_t retries = 0; // of the block that is wanted
+    std::uint32_t type = 0;
+    std::uint8_t sub = 0;
+    std::uint32_t length = 0;
+    std::uint8_t payload[LargestPayload] = {};
+    while (!m_ReceiveAbort) {
+        const auto wanted = static_cast<std::uint16_t>(block);
+        SendControl(CtlNext, wanted);
+        Sleep(PacketPause);
+        if (!ReadPacket(type, sub, length, payload, sizeof(payload))) {
+            ++retries;
+            ShowProgress(wanted, total, errors + retries);
+            PostTransfer();
+            if (retries == MostFailures)
+                m_ReceiveAbort = 1;
+            continue;
+        }
+        errors += retries;
+        retries = 0;
+        if (length == 0) {
+            SendControl(CtlEnd, wanted);
+            return ERROR_SUCCESS;
+        }
+        if (ControlCodeOf(type, length, payload) == CtlEnd)
+            return ERROR_SUCCESS;
+        if (type == PacketData && sub != static_cast<std::uint8_t>(block))
+            ++errors;
+        else if (type == PacketData) {
+            const DWORD error = StoreBlock(payload, length);
+            if (error != ERROR_SUCCESS)
+                return error;
+            ++block;
+            total += length;
+        }
+        ShowProgress(static_cast<std::uint16_t>(block), total, errors);
+        PostTransfer();
+    }
+    return ERROR_CANCELLED;
+}
+
+// Returns 0 or the platform's error; a full disk ends the receive.
+DWORD ComPort::StoreBlock(const std::uint8_t* payload, std::uint32_t length) {
+    DWORD written = 0;
+    DWORD error = ERROR_SUCCESS;
+    if (!WriteFile(m_ReceiveHandle, payload, length, &written, nullptr))
+        error = GetLastError();
+    else if (written != length)
+        error = ERROR_DISK_FULL;
+    if (error != ERROR_SUCCESS)
+        m_ReceiveAbort = 1;
+    return error;
+}
+
+// Puts the line back and settles the local file. Returns the final status: what is deleted is
+// never told as received.
+DWORD ComPort::EndReceive(DWORD status) {
+    const bool aborted = m_ReceiveAbort != 0;
+    if (m_ReceiveHandle) {
+        if (!CloseHandle(m_ReceiveHandle) && status == ERROR_SUCCESS)
+            status = GetLastError();
+        m_ReceiveHandle = nullptr;
+    }
+    LeaveRawMode(aborted);
+    if (!aborted)
+        return status;
+    DeleteFileA(m_ReceivePath);
+    SendControl(CtlEnd, 0);
+    return status == ERROR_SUCCESS ? DWORD{ERROR_CANCELLED} : status;
+}

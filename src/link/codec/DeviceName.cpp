@@ -1,0 +1,25 @@
+#include "DeviceName.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t LongestName = 63;
+constexpr char NotAtTheEnds[] = "-+.";
+
+} // namespace
+
+bool IsCharIn(char character, const char* set) {
+    return character != '\0' && std::strchr(set, character);
+}
+
+int ValidDeviceName(const char* path) {
+    const char* const backslash = std::strrchr(path, '\\');
+    const char* const name = backslash ? backslash + 1 : path;
+    const std::size_t length = std::strlen(name);
+    if (length == 0 || length > LongestName)
+        return 0;
+    if (IsCharIn(name[0], NotAtTheEnds) || IsCharIn(name[length - 1], NotAtTheEnds))
+        return 0;
+    return std::strspn(name, DeviceNameChars) == length ? 1 : 0;
+}

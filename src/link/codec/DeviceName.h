@@ -1,0 +1,14 @@
+#pragma once
+
+// The names that the device accepts for its files. No windows.h.
+
+// Every character that may stand in a name.
+inline constexpr char DeviceNameChars[] =
+    "qwertyuiopasdfghjklzxcvbnmQWERTYUIOPASDFGHJKLZXCVBNM1234567890-_+.()";
+
+// True when the character is one of the set's. The NUL never is.
+bool IsCharIn(char character, const char* set);
+
+// 1 when the base name of `path`, all behind its last backslash, is a name for the device: 1 to 63
+// of DeviceNameChars, with no minus, plus or full stop at either end. Else 0.
+int ValidDeviceName(const char* path);

@@ -1,0 +1,414 @@
+// Files over a real COM pair, with the simulated device at the other end: every fault once, every
+// size that matters, every moment to cancel.
+
+#include "link/ComPort.h"
+#include "tests/support/ComPeer.h"
+#include "tests/support/Files.h"
+#include "tests/support/NoticeWindow.h"
+#include "tests/support/Rig.h"
+#include "tests/support/SimDevice.h"
+#include "tests/support/Vectors.h"
+#include "tests/support/Wait.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr DWORD LongestTransfer = 60000; // ms
+const std::string CancelLine = OnTheWire("c\n");
+
+struct PortCloser {
+    void operator()(ComPort* port) const { DestroyComPort(port); }
+};
+
+// One port with its device and its files.
+class Line {
+public:
+    explicit Line(const ComPair& pair, const std::string& script = {},
+                  const sim::DeviceSetup& setup = {})
+        : device(std::make_unique<SimDevice>(pair.device, folder.Path("device"), script, setup)),
+          port(CreateComPort()) {
+        EXPECT_TRUE(port->Open(pair.ProgramPath().c_str(), 115200, 4096)) << port->LastError();
+        port->SetNotify(window.Handle(), NoticeWindow::Message, NotifyText | NotifyTransfer);
+    }
+
+    bool StartSend(const std::string& content, std::uint32_t mode = SendModeFile,
+                   std::uint32_t imageBlockSize = 0) {
+        folder.Write("x.bin", content);
+        return port->StartSend(mode == SendModeFile ? "a" : nullptr,
+                               folder.Path("x.bin").c_str(), nullptr, mode, imageBlockSize);
+    }
+
+    bool StartReceive(const std::string& content) {
+        folder.Write("device\\a\\x.bin", content);
+        return port->StartReceive(LocalPath().c_str(), "/a/x.bin");
+    }
+
+    TransferInfo Info() {
+        TransferInfo info = {};
+        EXPECT_TRUE(port->GetTransferInfo(&info));
+        return info;
+    }
+
+    TransferInfo End(DWORD limit = LongestTransfer) {
+        EXPECT_TRUE(WaitUntil([&] { return Info().Status != ERROR_IO_PENDING; }, limit));
+        return Info();
+    }
+
+    // The device's console takes commands again.
+    void ExpectUsable() {
+        EXPECT_TRUE(WaitUntil([&] { return port->SendCommand("ver"); })) << "the line is stuck";
+    }
+
+    // What went to the device, in all.
+    const std::string& ToDevice() {
+        device->Stop();
+        return device->Tap().received;
+    }
+
+    std::string Stored() { return folder.Read("device\\a\\x.bin"); }
+    std::string LocalPath() { return folder.Path("local.bin"); }
+    std::string Received() { return folder.Read("local.bin"); }
+
+    TestFolder folder;
+    NoticeWindow window;
+    std::unique_ptr<SimDevice> device;
+    std::unique_ptr<ComPort, PortCloser> port;
+};
+
+int Count(const std::string& text, const std::string& part) {
+    int count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+struct SendFault {
+    const char* script;
+    DWORD status;
+    DWORD errors;
+    DWORD done;
+    int frames; // that began with the marker
+    bool canceled;
+    bool stored;
+};
+
+struct ReceiveFault {
+    const char* script;
+    DWORD status;
+    DWORD errors;
+    DWORD done;
+    int requests; // packets of the host
+    long long kept; // bytes of the local file; -1: deleted
+};
+
+// Runs one transfer for each case, as many at a time as there are lines: none may disturb another.
+template <typename Case, std::size_t Count, typename Start, typename Check>
+void OnEveryLine(const Case (&cases)[Count], Start start, Check check) {
+    const std::vector<ComPair> pairs = AllComPairs();
+    for (std::size_t first = 0; first < Count; first += pairs.size()) {
+        std::vector<std::unique_ptr<Line>> lines;
+        const std::size_t batch = std::min(pairs.size(), Count - first);
+        for (std::size_t i = 0; i < batch; ++i) {
+            lines.push_back(std::make_unique<Line>(pairs[i], cases[first + i].script));
+            ASSERT_TRUE(start(*lines[i]));
+        }
+        for (std::size_t i = 0; i < batch; ++i) {
+            SCOPED_TRACE(cases[first + i].script);
+            check(*lines[i], cases[first + i]);
+        }
+    }
+}
+
+constexpr std::size_t FaultSize = 4 * 512 + 52; // five blocks
+
+} // namespace
+
+TEST(Transfer, EverySizeGoesBothWays) {
+    const ComPair pair = ReadComPair();
+    sim::DeviceSetup quick;
+    quick.replyDelay = 15;
+    Line line(pair, {}, quick);
+    for (const std::size_t size : {0U, 1U, 511U, 512U, 513U, 5000U}) {
+        const std::string content = RandomBytes(size, size);
+        ASSERT_TRUE(line.StartSend(content));
+        const TransferInfo sent = line.End();
+        EXPECT_EQ(sent.Status, 0U) << size;
+        EXPECT_EQ(sent.Size, size);
+        EXPECT_EQ(sent.Done, size);
+        EXPECT_EQ(sent.Errors, 0U);
+        EXPECT_TRUE(line.Stored() == content) << size;
+
+        ASSERT_TRUE(line.StartReceive(content));
+        const TransferInfo received = line.End();
+        EXPECT_EQ(received.Status, 0U) << size;
+        EXPECT_EQ(received.Size, 0U);
+        EXPECT_EQ(received.Done, size);
+        EXPECT_EQ(received.Block, (size + 511) / 512);
+        EXPECT_EQ(received.Errors, 0U);
+        EXPECT_TRUE(line.Received() == content) << size;
+    }
+    EXPECT_GE(line.window.Take(NotifyTransfer), 12);
+    line.ExpectUsable();
+}
+
+TEST(Transfer, MoreThan256BlocksGoBothWays) {
+    const std::string content = RandomBytes(258 * 512 + 1, 7);
+    const std::vector<ComPair> pairs = AllComPairs();
+    Line receiver(pairs.back());
+    ASSERT_TRUE(receiver.StartReceive(content));
+    std::unique_ptr<Line> other;
+    if (pairs.size() > 1) // both at once
+        other = std::make_unique<Line>(pairs.front());
+    Line& sender = other ? *other : receiver;
+    const auto checkReceived = [&] {
+        const TransferInfo received = receiver.End(120000);
+        EXPECT_EQ(received.Status, 0U);
+        EXPECT_EQ(received.Block, 259U);
+        EXPECT_EQ(received.Errors, 0U);
+        EXPECT_TRUE(receiver.Received() == content);
+    };
+    if (!other)
+        checkReceived();
+    ASSERT_TRUE(sender.StartSend(content));
+    const TransferInfo sent = sender.End();
+    EXPECT_EQ(sent.Status, 0U);
+    EXPECT_EQ(sent.Errors, 0U);
+    EXPECT_TRUE(sender.Stored() == content);
+    if (other)
+        checkReceived();
+}
+
+TEST(Transfer, ScreenImageAndBootImage) {
+    sim::DeviceSetup quick;
+    quick.restartPause = 100;
+    Line line(ReadComPair(), {}, quick);
+    const std::string image = RandomBytes(2640, 1);
+    ASSERT_TRUE(line.StartSend(image, SendModeImage, 264));
+    EXPECT_EQ(line.End().Status, 0U);
+    EXPECT_TRUE(line.folder.Read("device\\default\\screen.img") == image);
+
+    const std::string boot = RandomBytes(1500, 2);
+    ASSERT_TRUE(line.StartSend(boot, SendModeBoot));
+    EXPECT_FALSE(line.port->StartSend(nullptr, "other", nullptr, SendModeFile, 0));
+    EXPECT_EQ(line.port->LastError(), DWORD{ERROR_BUSY});
+    EXPECT_TRUE(line.port->SendCommand("reboot"));
+    const TransferInfo info = line.End();
+    EXPECT_EQ(info.Status, 0U);
+    EXPECT_EQ(info.Done, 1500U);
+    EXPECT_TRUE(line.folder.Read("device\\default\\x.bin") == boot);
+    const std::string& wire = line.ToDevice();
+    EXPECT_NE(wire.find(OnTheWire("imgrcv 264 10\r\n")), std::string::npos);
+    EXPECT_LT(wire.find(OnTheWire("reboot")), wire.find(OnTheWire("rcv x.bin 1500\r\n")));
+}
+
+TEST(Transfer, EachFaultOfASendEndsAsItMust) {
+    const SendFault faults[] = {
+        {"1 nack 2 3", 0, 3, FaultSize, 8, false, true},
+        {"1 nack 2 4", ERROR_CANCELLED, 3, 512, 5, true, false},
+        {"1 nack 0 2", 0, 0, FaultSize, 5, false, true},
+        {"1 ask 4 2", 0, 1, FaultSize - 52, 6, false, true},
+        {"1 ask 2 4000000", 0, 2, FaultSize - 52, 6, false, true},
+        {"1 cancel 2", ERROR_CANCELLED, 0, 512, 2, true, false},
+        {"1 can 0", ERROR_CANCELLED, 0, 0, 0, true, false},
+        {"1 done 3", 0, 0, 1024, 3, false, false},
+        {"1 mute 2 9", ERROR_CANCELLED, 0, 512, 2, true, false},
+        {"1 pause 2 1800", 0, 0, FaultSize, 5, false, true},
+        {"1 refuse", ERROR_BAD_COMMAND, 0, 0, 0, false, false},
+        {"1 silent", ERROR_BAD_COMMAND, 0, 0, 0, false, false},
+        {"1 noise-before 200 5\n1 noise-after 200 6", 0, 0, FaultSize, 5, false, true},
+    };
+    const std::string content(FaultSize, 'd'); // no byte looks like a frame's marker
+    const auto start = [&](Line& line) { return line.StartSend(content); };
+    OnEveryLine(faults, start, [&](Line& line, const SendFault& fault) {
+        const TransferInfo info = line.End();
+        EXPECT_EQ(info.Status, fault.status);
+        EXPECT_EQ(info.Errors, fault.errors);
+        EXPECT_EQ(info.Done, fault.done);
+        line.ExpectUsable();
+        EXPECT_EQ(line.Stored(), fault.stored ? content : "");
+        EXPECT_EQ(Count(line.ToDevice(), "C"), fault.frames);
+        EXPECT_EQ(Count(line.ToDevice(), CancelLine), fault.canceled ? 1 : 0);
+        EXPECT_EQ(Count(line.ToDevice(), OnTheWire("rcv /a/x.bin 2100\r\n")), 1);
+    });
+}
+
+TEST(Transfer, EachFaultOfAReceiveEndsAsItMust) {
+    const long long whole = FaultSize;
+    const ReceiveFault faults[] = {
+        {"1 bad-crc 2 1", 0, 1, FaultSize, 9, whole},
+        {"1 wrong-block 2 1", 0, 1, FaultSize, 9, whole},
+        {"1 overlong 2 1", 0, 1, FaultSize, 9, whole},
+        {"1 noise 2 5", 0, 1, FaultSize, 9, whole},
+        {"1 noise 0 1", 0, 0, FaultSize, 9, whole},
+        {"1 mute 2 1", 0, 1, FaultSize, 9, whole},
+        {"1 pause 2 700", 0, 0, FaultSize, 8, whole},
+        {"1 mute 2 99", ERROR_CANCELLED, 10, 512, 13, -1},
+        {"1 mute 0 99", ERROR_CANCELLED, 0, 0, 11, -1},
+        {"1 end 0", ERROR_CANCELLED, 0, 0, 2, -1},
+        {"1 end 3", 0, 0, 1024, 4, 1024},
+        {"1 refuse", ERROR_CANCELLED, 0, 0, 0, 0},
+    };
+    const std::string content(FaultSize, 'd');
+    const std::string control = FromHex("02000004");
+    const auto start = [&](Line& line) {
+        line.folder.Write("local.bin", "what was there before");
+        return line.StartReceive(content);
+    };
+    OnEveryLine(faults, start, [&](Line& line, const ReceiveFault& fault) {
+        const TransferInfo info = line.End();
+        EXPECT_EQ(info.Status, fault.status);
+        EXPECT_EQ(info.Errors, fault.errors);
+        EXPECT_EQ(info.Done, fault.done);
+        EXPECT_EQ(line.folder.Exists("local.bin"), fault.kept >= 0);
+        EXPECT_EQ(line.Received(),
+                  content.substr(0, static_cast<std::size_t>(std::max(0LL, fault.kept))));
+        line.ExpectUsable();
+        EXPECT_EQ(Count(line.ToDevice(), control), fault.requests);
+    });
+}
+
+TEST(Transfer, NoiseNeverMakesAWrongFileThatIsCalledGood) {
+    const struct {
+        const char* script;
+        bool sends;
+    } cases[] = {
+        {"1 lose 1 1", true},    {"1 damage 1 2", true},    {"1 repeat 1 3", true},
+        {"1 damage 4 4", true},  {"1 lose 1 5", false},     {"1 damage 1 6", false},
+        {"1 repeat 1 7", false}, {"1 damage 3 8", false},   {"1 lose 2 9", true},
+        {"1 repeat 2 10", true}, {"1 lose 30 11", false}, {"1 damage 100 12", true},
+    };
+    const std::string content = RandomBytes(3000, 11);
+    int good = 0;
+    std::size_t next = 0;
+    const auto start = [&](Line& line) {
+        const bool sends = cases[next++].sends;
+        return sends ? line.StartSend(content) : line.StartReceive(content);
+    };
+    OnEveryLine(cases, start, [&](Line& line, const auto& noise) {
+        const DWORD status = line.End(120000).Status;
+        EXPECT_TRUE(status == 0 || status == ERROR_CANCELLED) << status;
+        const std::string file = noise.sends ? line.Stored() : line.Received();
+        // A send that failed may have lost only the last reply.
+        EXPECT_TRUE(file == content || (status != 0 && file.empty())) << file.size();
+        good += status == 0;
+        EXPECT_TRUE(WaitUntil([&] {
+            return line.port->SendCommand("ver") || (line.port->SendCommand("c"), false);
+        }));
+    });
+    EXPECT_GE(good, 6) << "the protocol should get over a little noise";
+}
+
+TEST(Transfer, LocalFilesThatFailAreTold) {
+    Line line(ReadComPair());
+    const std::string missing = line.folder.Path("none\\x.bin");
+    EXPECT_FALSE(line.port->StartSend("a", missing.c_str(), nullptr, SendModeFile, 0));
+    EXPECT_EQ(line.Info().Status, DWORD{ERROR_PATH_NOT_FOUND});
+    ASSERT_TRUE(line.port->StartReceive(missing.c_str(), "x"));
+    EXPECT_EQ(line.End().Status, DWORD{ERROR_PATH_NOT_FOUND});
+
+    const std::string longName(300, 'n');
+    line.folder.Write("x.bin", "x");
+    const std::string local = line.folder.Path("x.bin");
+    EXPECT_FALSE(line.port->StartSend("a", local.c_str(), longName.c_str(), SendModeFile, 0));
+    EXPECT_EQ(line.port->LastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+    // It fits its field but not its command line.
+    const std::string nearly(250, 'n');
+    EXPECT_FALSE(line.port->StartSend("a", local.c_str(), nearly.c_str(), SendModeFile, 0));
+    EXPECT_EQ(line.Info().Status, DWORD{ERROR_FILENAME_EXCED_RANGE});
+    EXPECT_FALSE(line.port->StartSend("a", local.c_str(), "x\nc", SendModeFile, 0));
+    EXPECT_EQ(line.port->LastError(), DWORD{ERROR_INVALID_NAME});
+    EXPECT_FALSE(line.port->StartReceive(longName.c_str(), "x"));
+    EXPECT_FALSE(line.port->StartReceive("x", longName.c_str()));
+    EXPECT_EQ(line.port->LastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+    EXPECT_FALSE(line.port->StartReceive(line.LocalPath().c_str(), "x\nreboot"));
+    for (const std::uint32_t size : {0U, 65536U}) {
+        EXPECT_FALSE(line.port->StartSend(nullptr, local.c_str(), nullptr, SendModeImage, size));
+        EXPECT_EQ(line.port->LastError(), DWORD{ERROR_INVALID_PARAMETER});
+    }
+    line.ExpectUsable();
+    const std::string& wire = line.ToDevice();
+    EXPECT_EQ(wire.substr(0, 15), FromHex("0200000400020000D103AABA") + "ver");
+    EXPECT_EQ(wire.find("rcv"), std::string::npos);
+}
+
+TEST(Transfer, LocalWriteThatFailsEndsAReceive) {
+    Line line(ReadComPair(), "1 pause 0 300");
+    line.folder.Write("device\\a\\x.bin", "data");
+    // A pipe whose reader leaves takes no bytes.
+    const char* const path = "\\\\.\\pipe\\zoconsole_full";
+    OwnedHandle reader(CreateNamedPipeA(path, PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE, 1, 64, 64, 0,
+                                        nullptr));
+    ASSERT_TRUE(line.port->StartReceive(path, "/a/x.bin"));
+    ASSERT_TRUE(WaitUntil([&] { return line.port->m_RawMode != 0; }));
+    reader.reset();
+    const DWORD status = line.End().Status;
+    EXPECT_TRUE(status == ERROR_NO_DATA || status == ERROR_BROKEN_PIPE) << status;
+    line.ExpectUsable();
+    EXPECT_NE(line.ToDevice().find(FromHex("0200000400020000D103AABA")), std::string::npos);
+}
+
+namespace {
+
+enum class Way { Send, Boot, Receive };
+
+struct Moment {
+    Way way;
+    const char* script;
+    DWORD reached; // the transfer is there when this many bytes are done
+    const char* name;
+};
+
+} // namespace
+
+TEST(Transfer, CancelAndCloseWorkAtEveryMoment) {
+    const Moment moments[] = {
+        {Way::Boot, "", 0, "waiting for the boot banner"},
+        {Way::Send, "1 silent", 0, "waiting for the answer"},
+        {Way::Send, "1 mute 0 99", 0, "waiting for the first reply"},
+        {Way::Send, "", 1024, "between frames"},
+        {Way::Send, "1 mute 3 99\n2 silent", 1024, "a device that is gone"},
+        {Way::Receive, "1 silent", 0, "waiting for the answer of a receive"},
+        {Way::Receive, "1 mute 0 99", 0, "starting a receive"},
+        {Way::Receive, "", 1024, "between packets"},
+    };
+    const std::string content(20000, 'd');
+    for (const Moment& moment : moments) {
+        for (const bool close : {false, true}) {
+            SCOPED_TRACE(std::string(moment.name) + (close ? ", close" : ", cancel"));
+            Line line(ReadComPair(), moment.script);
+            const bool receives = moment.way == Way::Receive;
+            const bool started =
+                receives ? line.StartReceive(content)
+                         : line.StartSend(content, moment.way == Way::Boot ? SendModeBoot
+                                                                           : SendModeFile);
+            ASSERT_TRUE(started);
+            EXPECT_TRUE(WaitUntil([&] { return line.Info().Done >= moment.reached; }, 20000));
+            if (moment.reached == 0)
+                Sleep(400);
+            const ULONGLONG start = GetTickCount64();
+            if (close)
+                line.port->Close();
+            else if (receives)
+                line.port->StopReceive();
+            else
+                line.port->StopSend();
+            EXPECT_LT(GetTickCount64() - start, 3000U);
+            EXPECT_FALSE(line.folder.Exists("local.bin") && !line.Received().empty());
+            if (close)
+                continue;
+            EXPECT_NE(line.Info().Status, DWORD{ERROR_IO_PENDING});
+            EXPECT_NE(line.Info().Status, 0U);
+            if (std::string(moment.script).find("2 silent") != std::string::npos)
+                line.port->SendCommand("c"); // the first one was lost
+            line.ExpectUsable();
+            EXPECT_FALSE(line.folder.Exists("device\\default\\x.bin"));
+            EXPECT_TRUE(moment.way != Way::Boot || line.ToDevice() == OnTheWire("ver"));
+        }
+    }
+}
