@@ -35,6 +35,9 @@ if(WIN32)
   endif()
 endif()
 
+if(ZO_FUZZ)
+  target_compile_options(zo_sanitize INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 if(ZO_SANITIZE)
   target_compile_options(zo_sanitize INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
