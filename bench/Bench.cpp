@@ -5,6 +5,7 @@
 #include "TextSource.h"
 #include "link/ComPort.h"
 #include "tests/support/ComPeer.h"
+#include "tests/support/Files.h"
 #include "tests/support/Process.h"
 #include "tests/support/Registry.h"
 #include "tests/support/Rig.h"
@@ -287,6 +288,62 @@ void MeasureStream(int pace, double cpuBound) {
     DeleteFileA(log.c_str());
 }
 
+// Calls an operation that starts a transfer, and waits for its end. Seconds; -1 when it failed.
+template <typename Start> double TransferSeconds(ComPort& port, Start start) {
+    const double began = Seconds();
+    TransferInfo info = {};
+    if (!start())
+        return -1;
+    do
+        Sleep(1);
+    while (port.GetTransferInfo(&info) && info.Status == ERROR_IO_PENDING);
+    return info.Status == 0 ? Seconds() - began : -1;
+}
+
+// Transfers of 100 KB against the protocol's own floor: its pauses, the device's delays, and the
+// bytes at the line's pace where that is longer than a pause. The null modem itself is not paced.
+void MeasureTransfers() {
+    constexpr double Pace = 115200 / 10.0; // bytes per second
+    constexpr double Delay = 0.02;         // of the device's replies, in seconds
+    constexpr double Blocks = 200;
+    constexpr double AckTime = 5 / Pace;
+    constexpr double SendFloor = 2 * Delay + AckTime + Blocks * (0.07 + Delay + AckTime);
+    constexpr double ReceiveFloor = Delay + 0.2 + Delay + 16 / Pace + (Blocks + 1) * 0.2;
+
+    const ComPair pair = ReadComPair();
+    const TestFolder folder;
+    folder.Write("x", RandomBytes(100 << 10, 1));
+    const Process device("ZorbelSim.exe", "--port " + pair.device + " --pace 115200 --files \"" +
+                                              folder.Path("device") + "\"");
+    const std::unique_ptr<ComPort, void (*)(ComPort*)> port(CreateComPort(), &DestroyComPort);
+    port->Open(pair.ProgramPath().c_str(), 115200, 4096);
+    WaitUntil([&] { return port->SendCommand("ver"); });
+
+    const std::string self = ProcFolder("zo_bench.exe");
+    double cpu = ProcCpuSeconds(self);
+    const double sent = TransferSeconds(*port, [&] {
+        return port->StartSend("a", folder.Path("x").c_str(), nullptr, SendModeFile, 0);
+    });
+    Row("send of 100 KB: time against the floor", sent / SendFloor, "times", 1.05);
+    Row("send of 100 KB: CPU", 100 * (ProcCpuSeconds(self) - cpu) / sent, "%", 2);
+    cpu = ProcCpuSeconds(self);
+    const double received = TransferSeconds(*port, [&] {
+        return port->StartReceive(folder.Path("y").c_str(), "/a/x");
+    });
+    Row("receive of 100 KB: time against the floor", received / ReceiveFloor, "times", 1.05);
+    Row("receive of 100 KB: CPU", 100 * (ProcCpuSeconds(self) - cpu) / received, "%", 2);
+    Row("bytes that came back wrong", folder.Read("y") == folder.Read("x") ? 0 : 1, "files", 0);
+}
+
+void MeasureCrc() {
+    const std::string bytes = RandomBytes(16 << 20, 1);
+    const double start = Seconds();
+    volatile std::uint32_t crc = AddCrc(
+        CrcPreset, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    static_cast<void>(crc);
+    Row("CRC-32", 16 / (Seconds() - start), "MB/s", NoBound);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -296,6 +353,8 @@ int main(int argc, char** argv) {
         Row("executable", static_cast<double>(FileSize(BuildFile("ZoConsole.exe"))) / 1000, "kB",
             600);
         MeasureRoundTrip();
+        MeasureCrc();
+        MeasureTransfers();
     }
     MeasureStart();
     MeasureIdle();
