@@ -2,6 +2,7 @@
 
 #include "resources/resource.h"
 #include "terminal/Module.h"
+#include "terminal/Sounds.h"
 #include "terminal/ZoTerm.h"
 
 namespace {
@@ -50,7 +51,13 @@ LRESULT ZoTerm::SendTypedLine() {
     SetWindowTextA(m_hCommand, "");
     if (line[0])
         RememberLine(line);
-    return Port->SendCommand(line);
+    return SendCommandAloud(line);
+}
+
+bool ZoTerm::SendCommandAloud(const char* line) {
+    const bool accepted = Port->SendCommand(line);
+    PlayWav(accepted ? m_CmdWav : m_CmdErrWav);
+    return accepted;
 }
 
 // The line goes to the top of the history and back into the edit field, selected, so that Enter

@@ -62,7 +62,7 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
 }
 
 void ZoTerm::Reboot(WORD) {
-    Port->SendCommand("reboot");
+    SendCommandAloud("reboot");
 }
 
 void ZoTerm::Exit(WORD) {

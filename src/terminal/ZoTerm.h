@@ -87,6 +87,7 @@ public:
     bool CreateCommandBox();
     void SubclassCommandEdit();
     LRESULT SendTypedLine(); // answers nonzero when the device accepted it
+    bool SendCommandAloud(const char* line); // the answer sounds, too
     void RememberLine(const char* line);
 
     // Output pane (OutputPane.cpp).
