@@ -75,6 +75,7 @@ bool ZorbelDevice::BeginTransfer(Transfer transfer, Call& call) {
         return false;
     }
     transfer.command = m_CommandNumber;
+    transfer.byNumber = m_Setup.asksByNumber;
     LineNoise::Rates rates;
     std::uint32_t seed = 0;
     const std::pair<FaultKind, std::uint32_t LineNoise::Rates::*> kinds[] = {

@@ -102,6 +102,7 @@ int Run(const sim::SimOptions& options) {
     setup.startDelay = options.startDelay;
     setup.restartPause = options.restartPause;
     setup.bootWait = options.bootWait;
+    setup.asksByNumber = options.byNumber != 0;
     setup.startText = options.text;
     sim::ZorbelDevice device(setup, std::move(script), std::move(files));
 

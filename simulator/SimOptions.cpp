@@ -39,6 +39,7 @@ constexpr NumberOption NumberOptions[] = {
      "ms from the answer to \"reboot\" to the loader's banner"},
     {"--boot-wait", "", &SimOptions::bootWait, 0, LongestWait,
      "ms from the loader's banner to the start banner"},
+    {"--by-number", "", &SimOptions::byNumber, 0, 1, "1: asks for each block by its number"},
 };
 
 constexpr TextOption TextOptions[] = {

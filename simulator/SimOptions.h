@@ -19,6 +19,7 @@ struct SimOptions {
     std::uint32_t replyDelay = 20;
     std::uint32_t restartPause = 500;
     std::uint32_t bootWait = 3000;
+    std::uint32_t byNumber = 0;
     bool help = false;
 };
 

@@ -39,6 +39,12 @@ bool FormatText(char (&dest)[Size], const char* format, ...) {
     return length >= 0 && static_cast<std::size_t>(length) < Size;
 }
 
+// Makes a list of one name of a text: a second NUL behind its own, the text cut if need be.
+template <std::size_t Size> void EndAsList(char (&text)[Size]) {
+    const std::size_t length = strnlen(text, Size - 2);
+    text[length] = text[length + 1] = '\0';
+}
+
 // True when the text holds a control character: a line end in it would end a command line early.
 inline bool HasControlCharacter(const char* text) {
     for (; *text; ++text)

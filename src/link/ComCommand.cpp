@@ -2,6 +2,7 @@
 
 #include "link/ComPort.h"
 
+#include "link/InputLock.h"
 #include "link/codec/CommandSum.h"
 
 #include <cstring>
@@ -15,6 +16,8 @@ bool ComPort::SendCommand(const char* line) {
     const std::unique_ptr<std::uint8_t[]> wire(new (std::nothrow) std::uint8_t[room]);
     if (!wire)
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
+    // A line that the user types waits for one of a transfer, and the other way round.
+    const SectionLock lock(m_CommandLock);
     const std::size_t length = EncodeCommandLine(line, m_CommandSum, wire.get());
 
     m_AnswerAwaited = true;

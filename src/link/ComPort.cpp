@@ -60,10 +60,12 @@ void DestroyComPort(ComPort* port) {
 
 ComPort::ComPort() {
     InitializeCriticalSection(&m_InLock);
+    InitializeCriticalSection(&m_CommandLock);
 }
 
 ComPort::~ComPort() {
     DeleteCriticalSection(&m_InLock);
+    DeleteCriticalSection(&m_CommandLock);
 }
 
 // Back to the construction state, whatever the fields hold. No thread of the port may run.

@@ -90,9 +90,9 @@ public:
     // GUI thread. Takes up to *count bytes of terminal text and sets *count to the number taken.
     bool ReadText(char* buffer, std::uint32_t* count);
 
-    // One thread at a time. Sends a command line with its checksum and waits for the device's
-    // answer, at most CommandTimeout ms each for the line to take it and for the device. True
-    // when the device accepted it.
+    // Any thread; one waits for the other's line. Sends a command line with its checksum and waits
+    // for the device's answer, at most CommandTimeout ms each for the line to take it and for the
+    // device. True when the device accepted it.
     bool SendCommand(const char* line);
 
     // GUI thread. Reads a local file into memory and starts to send it. On the device it goes to
@@ -187,6 +187,7 @@ public:
 
     // Each port has registers of its own, so ports never disturb each other.
     std::uint32_t m_CommandSum = 0;
+    CRITICAL_SECTION m_CommandLock;
     std::uint32_t m_PacketCrc = CrcPreset;
     std::uint8_t* m_SendFrame = nullptr;       // room for one frame, as long as m_SendData
     HANDLE m_AbortWaitsEvent = nullptr;        // manual-reset; set: nothing waits for the line
@@ -248,7 +249,7 @@ private:
     ReaderStep ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* taken);
     void HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count);
     void AwaitRoom(std::uint32_t room);
-    void HandleRaw(const std::uint8_t* bytes, std::uint32_t count);
+    bool HandleRaw(const std::uint8_t* bytes, std::uint32_t count);
     void HandleLines(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count);
     void CompleteLine(LineBuffer& line);
     void TakeAnswer(std::uint8_t byte);

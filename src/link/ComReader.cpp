@@ -112,10 +112,8 @@ ComPort::ReaderStep ComPort::ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* 
 }
 
 void ComPort::HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count) {
-    if (m_RawMode) {
-        HandleRaw(bytes, count);
+    if (m_RawMode && HandleRaw(bytes, count))
         return;
-    }
     if (m_ReplyState != ReplyNone) {
         HandleLines(line, bytes, count);
         return;
@@ -139,12 +137,16 @@ void ComPort::AwaitRoom(std::uint32_t room) {
             return;
 }
 
-void ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count) {
+// False, with nothing taken, when the receive has ended since the mode was looked at.
+bool ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count) {
     const InputLock lock(*this); // also around the event: ReadByte resets it under the lock
+    if (!m_RawMode)
+        return false;
     InputBuffer input = lock.Buffer();
     AppendRaw(input, bytes, count);
     m_InCount = input.count;
     SetEvent(m_DataEvent);
+    return true;
 }
 
 void ComPort::HandleLines(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count) {

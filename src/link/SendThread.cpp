@@ -6,8 +6,8 @@
 #include "base/Owned.h"
 #include "base/Text.h"
 #include "link/codec/BlockFrame.h"
+#include "link/codec/PackedList.h"
 
-#include <cstring>
 #include <limits>
 #include <new>
 
@@ -18,11 +18,6 @@ constexpr std::uint32_t LargestFile = std::numeric_limits<std::int32_t>::max();
 DWORD WINAPI SendThread(void* port) {
     static_cast<ComPort*>(port)->RunSend();
     return 0;
-}
-
-const char* BaseName(const char* path) {
-    const char* const backslash = std::strrchr(path, '\\');
-    return backslash ? backslash + 1 : path;
 }
 
 } // namespace
@@ -56,8 +51,8 @@ bool ComPort::StartSend(const char* folder, const char* path, const char* nameSo
 // its command line, or end that line early.
 bool ComPort::NameTarget(const char* folder, const char* path, const char* nameSource) {
     const char* const name = BaseName(nameSource ? nameSource : path);
-    const bool fits = folder ? FormatText(m_SendTarget, "/%s/%s", folder, name)
-                             : CopyText(m_SendTarget, name);
+    const bool fits =
+        folder ? FormatText(m_SendTarget, "/%s/%s", folder, name) : CopyText(m_SendTarget, name);
     if (HasControlCharacter(m_SendTarget)) {
         SetLastError(ERROR_INVALID_NAME);
         return false;
@@ -181,9 +176,9 @@ bool ComPort::SendBlocks() {
 }
 
 std::uint32_t ComPort::EncodeFrame(const SendCursor& cursor) {
-    return static_cast<std::uint32_t>(
-        EncodeBlockFrame(cursor.block, m_SendData + cursor.offset,
-                         static_cast<std::uint16_t>(cursor.length), m_SendFrame));
+    return static_cast<std::uint32_t>(EncodeBlockFrame(cursor.block, m_SendData + cursor.offset,
+                                                       static_cast<std::uint16_t>(cursor.length),
+                                                       m_SendFrame));
 }
 
 bool ComPort::WaitReply() {

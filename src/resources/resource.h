@@ -5,6 +5,9 @@
 #define IDR_ACCELERATORS     1
 #define IDI_ZOCONSOLE        13
 #define IDR_MENU             101
+#define IDD_ABOUT            104
+#define IDD_OPEN_PORT        108
+#define IDD_SUMMARY          109
 #define IDI_OPTION_ON        110
 #define IDI_OPTION_OFF       111
 #define IDI_INFORMATION_SIGN 112
@@ -12,6 +15,11 @@
 #define IDI_WARNING_SIGN     114
 #define IDI_PORT_CLOSED      115
 #define IDI_PORT_OPEN        116
+#define IDD_BOOT             131
+#define IDD_SEND             132
+#define IDD_RENAME           133
+#define IDD_RECEIVE          134
+#define IDD_SELECT_DEVICE    135
 #define IDB_BAND             256
 #define IDV_RECEIVE          258
 #define IDV_SEND             259
@@ -20,6 +28,22 @@
 #define IDC_STATUS_BAR   276
 #define IDC_COMMAND_EDIT 1001 // the edit field inside a combo box, numbered by the system
 #define IDC_COMMAND      10000
+
+// Controls of the file operations' dialogs and the small ones.
+#ifndef IDC_STATIC
+#define IDC_STATIC -1
+#endif
+#define IDC_CLIP          106
+#define IDC_VERSION       1001
+#define IDC_RENAME_TEXT   1002
+#define IDC_NAME          1010
+#define IDC_PROGRESS_LINE 1011
+#define IDC_FILE_LINE     1012
+#define IDC_FILE_BAR      1013
+#define IDC_BATCH_BAR     1014
+#define IDC_REBOOT        1015
+#define IDC_NEW_NAME      1016
+#define IDC_SUMMARY_LIST  1017
 
 #define CMD_MACRO_FIRST    2000
 #define CMD_MACRO_LAST     2009

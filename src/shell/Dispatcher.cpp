@@ -3,6 +3,7 @@
 
 #include "shell/Dispatcher.h"
 
+#include "link/codec/PackedList.h"
 #include "shell/TerminalLife.h"
 #include "terminal/DispatcherRequest.h"
 #include "terminal/ZoTerm.h"
@@ -10,6 +11,8 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <memory>
+#include <new>
 
 namespace {
 
@@ -21,12 +24,23 @@ constexpr int TitleRoom = 256;
 ZoTerm* TerminalTable[MostTerminals];
 std::uint32_t TerminalCount;
 
-LRESULT OnCreate(HWND dispatcher) {
+// A list that cannot be had is as one that is refused.
+void SendNamedFiles(ZoTerm& terminal, const FileNames& files) {
+    const std::size_t size = PackedListSize(files.count, files.names);
+    const std::unique_ptr<char[]> list(new (std::nothrow) char[size]);
+    if (list && PackList(files.count, files.names, list.get(), size))
+        terminal.StartSendList(list.get(), size);
+}
+
+LRESULT OnCreate(HWND dispatcher, const CREATESTRUCTA& creation) {
     TerminalTable[0] = CreateTerminal(dispatcher, 0);
     TerminalCount = 1;
     if (!TerminalTable[0])
         return -1;
     ShowTerminal(*TerminalTable[0], true);
+    const auto& files = *static_cast<const FileNames*>(creation.lpCreateParams);
+    if (files.count > 0)
+        SendNamedFiles(*TerminalTable[0], files);
     return 0;
 }
 
@@ -79,7 +93,7 @@ LRESULT OnRequest(HWND dispatcher, WPARAM wParam) {
 
 LRESULT CALLBACK DispatcherWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
-    case WM_CREATE: return OnCreate(window);
+    case WM_CREATE: return OnCreate(window, *reinterpret_cast<CREATESTRUCTA*>(lParam));
     case WM_DESTROY: return OnDestroy();
     case WM_COMMAND: return OnCommand(wParam, lParam);
     case DispatcherRequest: return OnRequest(window, wParam);
@@ -89,7 +103,7 @@ LRESULT CALLBACK DispatcherWindowProc(HWND window, UINT message, WPARAM wParam, 
 
 } // namespace
 
-HWND CreateDispatcher(HINSTANCE instance) {
+HWND CreateDispatcher(HINSTANCE instance, FileNames files) {
     std::fill(std::begin(TerminalTable), std::end(TerminalTable), nullptr);
     WNDCLASSA dispatcher = {};
     dispatcher.lpfnWndProc = &DispatcherWindowProc;
@@ -97,5 +111,5 @@ HWND CreateDispatcher(HINSTANCE instance) {
     dispatcher.lpszClassName = DispatcherClassName;
     RegisterClassA(&dispatcher);
     return CreateWindowExA(0, DispatcherClassName, "", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr,
-                           instance, nullptr);
+                           instance, &files);
 }

@@ -51,6 +51,8 @@ bool AllocateBuffers(ZoTerm& terminal) {
     terminal.m_DeviceNames = ZeroedBuffer(BatchBufferSize);
     terminal.m_PaneText = ZeroedBuffer(ZoTerm::PaneLimit + 1);
     terminal.m_FileListSize = BatchBufferSize;
+    terminal.m_ResultsSize = BatchBufferSize;
+    terminal.m_DeviceNamesSize = BatchBufferSize;
     return terminal.m_FileList && terminal.m_Results && terminal.m_DeviceNames &&
            terminal.m_PaneText;
 }

@@ -4,6 +4,67 @@ ZoTerm& TerminalOfDialog(HWND dialog) {
     return *reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(dialog), GWLP_USERDATA));
 }
 
+namespace {
+
+RECT RectInDialog(HWND dialog, HWND control) {
+    RECT rect = {};
+    GetWindowRect(control, &rect);
+    MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
+}
+
+void Grow(HWND dialog, LONG width, LONG height) {
+    RECT rect = {};
+    GetWindowRect(dialog, &rect);
+    MoveTo(dialog, {rect.left, rect.top, rect.right + width, rect.bottom + height});
+}
+
+SIZE TextSize(HWND label) {
+    char text[256];
+    const int length = GetWindowTextA(label, text, sizeof(text));
+    const HDC context = GetDC(label);
+    const HGDIOBJ font = reinterpret_cast<HGDIOBJ>(SendMessageA(label, WM_GETFONT, 0, 0));
+    const HGDIOBJ before = SelectObject(context, font);
+    SIZE size = {};
+    GetTextExtentPoint32A(context, text, length, &size);
+    SelectObject(context, before);
+    ReleaseDC(label, context);
+    return size;
+}
+
+} // namespace
+
+void MakeRoomBelow(HWND dialog, int control) {
+    const HWND upper = GetDlgItem(dialog, control);
+    const RECT above = RectInDialog(dialog, upper);
+    LONG covered = 0;
+    for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        const LONG top = RectInDialog(dialog, child).top;
+        if (child != upper && IsWindowVisible(child) && above.bottom - top > covered)
+            covered = above.bottom - top;
+    }
+    if (covered == 0)
+        return;
+    for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        RECT rect = RectInDialog(dialog, child);
+        OffsetRect(&rect, 0, covered);
+        if (child != upper)
+            MoveTo(child, rect);
+    }
+    Grow(dialog, 0, covered);
+}
+
+void MakeRoomForText(HWND dialog, int label) {
+    const HWND control = GetDlgItem(dialog, label);
+    RECT rect = RectInDialog(dialog, control);
+    const LONG missing = TextSize(control).cx - (rect.right - rect.left);
+    if (missing <= 0)
+        return;
+    rect.right += missing;
+    MoveTo(control, rect);
+    Grow(dialog, missing, 0);
+}
+
 void CenterOverTerminal(HWND dialog) {
     RECT parent = {};
     RECT own = {};

@@ -15,10 +15,12 @@ constexpr UINT GaugePeriod = 100;           // ms
 constexpr std::uint32_t GaugeRestarts = 10;
 
 LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam) {
-    const auto* terminal =
+    auto* terminal =
         reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(pane), GWLP_USERDATA));
     if (!terminal)
         return DefWindowProcA(pane, message, wParam, lParam);
+    if (message == WM_DROPFILES)
+        return terminal->OnDropFiles(reinterpret_cast<HDROP>(wParam));
     return CallWindowProcA(terminal->m_OldOutputProc, pane, message, wParam, lParam);
 }
 

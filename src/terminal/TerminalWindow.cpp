@@ -25,9 +25,11 @@ LRESULT TerminalWindowProc(ZoTerm* terminal, HWND window, UINT message, WPARAM w
     case WM_CTLCOLORSTATIC:
         return terminal->OnControlColor(reinterpret_cast<HDC>(wParam),
                                         reinterpret_cast<HWND>(lParam));
-    case WM_COPYDATA: return terminal->OnCopyData();
+    case WM_COPYDATA:
+        return terminal->OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
     case WM_TIMER: return terminal->OnTimer(wParam);
     case LinkMessage: return terminal->OnLinkNotice(wParam, lParam);
+    case BatchEndedMessage: return terminal->OnBatchEnded(wParam != 0);
     case WM_COMMAND: return terminal->OnCommand(LOWORD(wParam), HIWORD(wParam));
     }
     return DefWindowProcA(window, message, wParam, lParam);
@@ -80,14 +82,18 @@ LRESULT ZoTerm::OnActivate(WPARAM wParam) {
     return 0;
 }
 
+// Over an open modal dialog, whose code still needs the terminal, it stays.
 LRESULT ZoTerm::OnClose() {
+    if (!IsWindowEnabled(m_hWnd)) {
+        SetForegroundWindow(GetLastActivePopup(m_hWnd));
+        return 0;
+    }
     SendMessageA(m_Dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, m_Slot), 0);
     return 0; // the terminal is freed: nothing of it may be touched here
 }
 
-// A list is taken when a send dialog has opened for it; there is none yet, so it is refused.
-LRESULT ZoTerm::OnCopyData() {
-    return 0;
+LRESULT ZoTerm::OnCopyData(const COPYDATASTRUCT& data) {
+    return StartSendList(static_cast<const char*>(data.lpData), data.lpData ? data.cbData : 0);
 }
 
 LRESULT ZoTerm::OnTimer(WPARAM timer) {

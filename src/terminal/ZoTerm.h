@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <commctrl.h>
+#include <shellapi.h>
 
 #include <cstdint>
 
@@ -18,6 +19,7 @@ constexpr char ProductTitle[] = "Zorbel Console Terminal";
 constexpr char TerminalClassName[] = "cs_zoterm";
 constexpr std::uint32_t BatchBufferSize = 10000; // bytes of each file-operation buffer
 constexpr UINT LinkMessage = WM_APP;             // the link's notifications, NotifyKind in wParam
+constexpr UINT BatchEndedMessage = WM_APP + 1;   // a send batch has ended; wParam: show its summary
 
 // Everything runs on the GUI thread. Window messages reach one named handler each; commands are
 // the rows of a table (Commands.cpp).
@@ -39,7 +41,7 @@ public:
     LRESULT OnDestroy();
     LRESULT OnActivate(WPARAM wParam);
     LRESULT OnClose();
-    LRESULT OnCopyData();
+    LRESULT OnCopyData(const COPYDATASTRUCT& data);
     LRESULT OnTimer(WPARAM timer);
     LRESULT OnLinkNotice(WPARAM kind, LPARAM status);
 
@@ -52,6 +54,34 @@ public:
     void ClearOutput(WORD command);
     void NewWindow(WORD command);
     void SelectMenuDevice(WORD command);
+    void SendFiles(WORD command);
+    void SendImage(WORD command);
+    void BootFile(WORD command);
+    void ReceiveFile(WORD command);
+    void ChoosePort(WORD command);
+    void ChooseDevice(WORD command);
+    void ShowSummary(WORD command);
+    void ShowAbout(WORD command);
+    LRESULT OnBatchEnded(bool showSummary);
+
+    // Start an operation with a list (Commands.cpp). True when it runs; false, with nothing
+    // disturbed, while another one does. The list is checked; `list` may have any origin.
+    bool StartSendList(const char* list, std::size_t size);
+    bool StartReceiveList();
+    bool StartSendBatch(bool image);
+    LRESULT OnDropFiles(HDROP drop);
+
+    // File lists (FileLists.cpp). The dialogs answer whether the user chose and the choice may be
+    // acted upon.
+    bool TakesLists() const; // no operation runs
+    bool ChooseSendFiles();  // into m_FileList
+    bool ChooseBootFile();
+    bool ChooseImageFile();
+    bool ChooseReceiveFile();
+    bool TakeDroppedFiles(HDROP drop); // into m_FileList
+    bool ResetBatch(); // empties the results of the last batch, with room for those of the next
+    bool TakeFileList(const char* list, std::size_t size, std::size_t room);
+    static bool GrowBuffer(char*& buffer, std::uint32_t& size, std::size_t needed);
 
     // Controls and layout (Controls.cpp). CreateControls answers zero when one is missing.
     bool CreateControls(HWND window);
@@ -86,7 +116,7 @@ public:
     // Command box (CommandBox.cpp).
     bool CreateCommandBox();
     void SubclassCommandEdit();
-    LRESULT SendTypedLine(); // answers nonzero when the device accepted it
+    LRESULT SendTypedLine();                 // answers nonzero when the device accepted it
     bool SendCommandAloud(const char* line); // the answer sounds, too
     void RememberLine(const char* line);
 
@@ -164,12 +194,19 @@ public:
     std::uint32_t m_CancelRequested;
     std::uint32_t m_ImageMode;
     std::uint32_t m_OutputCount;
-    HIMAGELIST m_SummaryImages;
+    HIMAGELIST m_SummaryImages = nullptr;
     std::uint32_t m_Timer = 0;
     std::uint32_t m_TimerRestarts = 0;
     RECT m_SummaryRect;
     std::int32_t m_SummaryColumnWidths[6];
     ComPort* Port = nullptr;
+
+    std::uint32_t m_ResultsSize = 0;     // bytes of m_Results and of m_DeviceNames, which grow
+    std::uint32_t m_DeviceNamesSize = 0; // with the batch's list
+    bool m_ClipPlays = false;            // in m_ProgressDialog
+    bool m_ConvertedBatch = false;       // the batch is one converted file
+    bool m_MusicCommandWaits = false;    // the device's command of the last batch is still to come
+    HWND m_SummaryDialog = nullptr;
 
     std::uint32_t m_ShownFill = 0;  // the gauge's value
     HBITMAP m_BandBitmap = nullptr; // background of the rebar's band

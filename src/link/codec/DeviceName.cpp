@@ -1,5 +1,7 @@
 #include "DeviceName.h"
 
+#include "PackedList.h"
+
 #include <cstring>
 
 namespace {
@@ -14,8 +16,7 @@ bool IsCharIn(char character, const char* set) {
 }
 
 int ValidDeviceName(const char* path) {
-    const char* const backslash = std::strrchr(path, '\\');
-    const char* const name = backslash ? backslash + 1 : path;
+    const char* const name = BaseName(path);
     const std::size_t length = std::strlen(name);
     if (length == 0 || length > LongestName)
         return 0;

@@ -1,0 +1,35 @@
+#pragma once
+
+// What the send, receive and boot dialogs share. GUI thread. At most one of these dialogs is open
+// for a terminal; its m_ProgressDialog tells which.
+
+#include <windows.h>
+
+#include <cstdint>
+
+class ZoTerm;
+
+// The dialog has been created: it is the terminal's operation now, and stands over its window.
+void AttachOperation(ZoTerm& terminal, HWND dialog);
+
+// Shows the dialog with the keyboard on its Cancel button.
+void ShowOperation(HWND dialog);
+
+// The transfer runs: grays the commands, opens the clip, brings a dialog that is shown to the
+// front and starts the looping sound.
+void BeginOperation(ZoTerm& terminal, WORD clip);
+
+// Plays the clip over and over, from the first call on.
+void PlayClip(ZoTerm& terminal);
+
+// Ends an operation however far it has come: the commands come back, the clip stops, `sound`
+// replaces the looping one (empty: silence), the dialog is destroyed.
+void EndOperation(ZoTerm& terminal, const char* sound);
+
+// WM_DESTROY of a dialog that goes with its terminal's window instead: ends the sound.
+void ForgetOperation(HWND dialog);
+
+// The dialog's texts and bars.
+void SetFileLine(HWND dialog, const char* verb, const char* path);
+void SetProgressLine(HWND dialog, const char* text);
+void SetBar(HWND dialog, int bar, std::uint64_t done, std::uint64_t total);

@@ -1,0 +1,6 @@
+#pragma once
+
+class ZoTerm;
+
+// GUI thread. Receives m_ReceiveFile from the device; m_ProgressDialog tells whether that runs.
+void OpenReceiveFileDialog(ZoTerm& terminal);

@@ -1,0 +1,147 @@
+#include "fileops/SmallDialogs.h"
+
+#include "link/codec/DeviceName.h"
+#include "link/codec/PackedList.h"
+#include "resources/resource.h"
+#include "terminal/Dialogs.h"
+#include "terminal/Module.h"
+#include "terminal/ZoTerm.h"
+
+namespace {
+
+constexpr char VersionText[] = "Version 1.0 build 50";
+
+INT_PTR Run(const ZoTerm& terminal, WORD dialog, DLGPROC procedure) {
+    return DialogBoxParamA(ProgramModule, MAKEINTRESOURCEA(dialog), terminal.m_hWnd, procedure, 0);
+}
+
+INT_PTR Close(HWND dialog, INT_PTR result) {
+    EndDialog(dialog, result);
+    return TRUE;
+}
+
+INT_PTR InitPort(HWND dialog) {
+    CenterOverTerminal(dialog);
+    SetDlgItemInt(dialog, IDC_NAME, static_cast<UINT>(TerminalOfDialog(dialog).m_PortNumber),
+                  FALSE);
+    return TRUE;
+}
+
+// What is no number leaves the dialog open.
+INT_PTR OpenTypedPort(HWND dialog) {
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    BOOL isNumber = FALSE;
+    const UINT number = GetDlgItemInt(dialog, IDC_NAME, &isNumber, FALSE);
+    if (!isNumber)
+        return TRUE;
+    terminal.OpenPort(static_cast<std::int32_t>(number), terminal.m_BaudRate);
+    return Close(dialog, 0);
+}
+
+INT_PTR CALLBACK PortDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+    switch (message) {
+    case WM_INITDIALOG: return InitPort(dialog);
+    case WM_COMMAND:
+        switch (LOWORD(wParam)) {
+        case IDOK: return OpenTypedPort(dialog);
+        case IDCANCEL: return Close(dialog, 0);
+        }
+    }
+    return FALSE;
+}
+
+INT_PTR InitDevice(HWND dialog) {
+    CenterOverTerminal(dialog);
+    SetDlgItemTextA(dialog, IDC_NAME, TerminalOfDialog(dialog).m_DeviceName);
+    return TRUE;
+}
+
+INT_PTR SetTypedDevice(HWND dialog) {
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    GetDlgItemTextA(dialog, IDC_NAME, terminal.m_DeviceName, sizeof(terminal.m_DeviceName));
+    terminal.SelectDevice(terminal.m_DeviceName);
+    return Close(dialog, 0);
+}
+
+INT_PTR CALLBACK DeviceDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+    switch (message) {
+    case WM_INITDIALOG: return InitDevice(dialog);
+    case WM_COMMAND:
+        switch (LOWORD(wParam)) {
+        case IDOK: return SetTypedDevice(dialog);
+        case IDCANCEL: return Close(dialog, 0);
+        }
+    }
+    return FALSE;
+}
+
+INT_PTR InitRename(HWND dialog) {
+    MakeRoomForText(dialog, IDC_RENAME_TEXT);
+    CenterOverTerminal(dialog);
+    const char* const name = BaseName(TerminalOfDialog(dialog).m_CurrentFile);
+    SetDlgItemTextA(dialog, IDC_FILE_LINE, name);
+    SetDlgItemTextA(dialog, IDC_NEW_NAME, name);
+    SendDlgItemMessageA(dialog, IDC_NEW_NAME, EM_SETSEL, 0, -1);
+    SetFocus(GetDlgItem(dialog, IDC_NEW_NAME));
+    return FALSE;
+}
+
+bool TakeTypedName(HWND dialog) {
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    GetDlgItemTextA(dialog, IDC_NEW_NAME, terminal.m_DeviceFileName,
+                    sizeof(terminal.m_DeviceFileName));
+    return ValidDeviceName(terminal.m_DeviceFileName) != 0;
+}
+
+INT_PTR OnRenameCommand(HWND dialog, WORD command, WORD notification) {
+    switch (command) {
+    case IDC_NEW_NAME:
+        if (notification == EN_CHANGE)
+            EnableWindow(GetDlgItem(dialog, IDOK), TakeTypedName(dialog));
+        return TRUE;
+    case IDOK: return TakeTypedName(dialog) ? Close(dialog, 1) : TRUE;
+    case IDCANCEL: return Close(dialog, 0);
+    }
+    return FALSE;
+}
+
+INT_PTR CALLBACK RenameDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+    switch (message) {
+    case WM_INITDIALOG: return InitRename(dialog);
+    case WM_COMMAND: return OnRenameCommand(dialog, LOWORD(wParam), HIWORD(wParam));
+    }
+    return FALSE;
+}
+
+INT_PTR InitAbout(HWND dialog) {
+    CenterOverTerminal(dialog);
+    SetDlgItemTextA(dialog, IDC_VERSION, VersionText);
+    return TRUE;
+}
+
+// Only its button closes it.
+INT_PTR CALLBACK AboutDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+    switch (message) {
+    case WM_INITDIALOG: return InitAbout(dialog);
+    case WM_COMMAND: return LOWORD(wParam) == IDOK ? Close(dialog, 0) : FALSE;
+    }
+    return FALSE;
+}
+
+} // namespace
+
+void OpenPortDialog(ZoTerm& terminal) {
+    Run(terminal, IDD_OPEN_PORT, &PortDialog);
+}
+
+void OpenDeviceDialog(ZoTerm& terminal) {
+    Run(terminal, IDD_SELECT_DEVICE, &DeviceDialog);
+}
+
+void OpenAboutDialog(ZoTerm& terminal) {
+    Run(terminal, IDD_ABOUT, &AboutDialog);
+}
+
+bool OpenRenameDialog(ZoTerm& terminal) {
+    return Run(terminal, IDD_RENAME, &RenameDialog) == 1;
+}
