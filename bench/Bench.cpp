@@ -327,9 +327,8 @@ void MeasureTransfers() {
     Row("send of 100 KB: time against the floor", sent / SendFloor, "times", 1.05);
     Row("send of 100 KB: CPU", 100 * (ProcCpuSeconds(self) - cpu) / sent, "%", 2);
     cpu = ProcCpuSeconds(self);
-    const double received = TransferSeconds(*port, [&] {
-        return port->StartReceive(folder.Path("y").c_str(), "/a/x");
-    });
+    const double received = TransferSeconds(
+        *port, [&] { return port->StartReceive(folder.Path("y").c_str(), "/a/x"); });
     Row("receive of 100 KB: time against the floor", received / ReceiveFloor, "times", 1.05);
     Row("receive of 100 KB: CPU", 100 * (ProcCpuSeconds(self) - cpu) / received, "%", 2);
     Row("bytes that came back wrong", folder.Read("y") == folder.Read("x") ? 0 : 1, "files", 0);
@@ -338,8 +337,8 @@ void MeasureTransfers() {
 void MeasureCrc() {
     const std::string bytes = RandomBytes(16 << 20, 1);
     const double start = Seconds();
-    volatile std::uint32_t crc = AddCrc(
-        CrcPreset, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    volatile std::uint32_t crc =
+        AddCrc(CrcPreset, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     static_cast<void>(crc);
     Row("CRC-32", 16 / (Seconds() - start), "MB/s", NoBound);
 }

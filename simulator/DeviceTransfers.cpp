@@ -17,9 +17,9 @@ constexpr std::uint32_t MostBlocks = 1000000;
 constexpr std::uint32_t MostAsks = 8;
 constexpr std::size_t LongestControl = 16; // bytes of a host's control packet
 
-constexpr Millis FrameGap = 300;         // a longer silence ends a frame
-constexpr Millis AskAgain = 2000;        // from a reply to the next, when no frame comes
-constexpr Millis HostSilence = 15000;    // until a file that nobody asks for is put away
+constexpr Millis FrameGap = 300;      // a longer silence ends a frame
+constexpr Millis AskAgain = 2000;     // from a reply to the next, when no frame comes
+constexpr Millis HostSilence = 15000; // until a file that nobody asks for is put away
 constexpr const char* ImageName = "screen.img";
 constexpr std::uint16_t OverlongLength = 600;
 
@@ -203,9 +203,9 @@ void ZorbelDevice::Reply(Millis now) {
         line = "done";
     else if (m_Transfer.byNumber)
         line = "send" + std::to_string(wanted);
-    for (const auto& [kind, word] : {std::pair(FaultKind::Cancel, "cancel"),
-                                     std::pair(FaultKind::Can, "can"),
-                                     std::pair(FaultKind::Done, "done")}) {
+    for (const auto& [kind, word] :
+         {std::pair(FaultKind::Cancel, "cancel"), std::pair(FaultKind::Can, "can"),
+          std::pair(FaultKind::Done, "done")}) {
         if (At(kind) != nullptr) {
             line = word;
             over = true;
@@ -248,7 +248,7 @@ void ZorbelDevice::GivePacket(Millis now) {
     if (code != ControlStart && code != ControlNext)
         return;
     const bool ends = At(FaultKind::End) != nullptr;
-    std::string packet = ends                    ? ControlPacket(ControlEnd, 0)
+    std::string packet = ends                   ? ControlPacket(ControlEnd, 0)
                          : code == ControlStart ? ControlPacket(ControlReady, 0)
                                                 : NextPacket(number);
     const bool muted = Hits(FaultKind::Mute);

@@ -15,8 +15,7 @@ constexpr UINT GaugePeriod = 100;           // ms
 constexpr std::uint32_t GaugeRestarts = 10;
 
 LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam) {
-    auto* terminal =
-        reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(pane), GWLP_USERDATA));
+    auto* terminal = reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(pane), GWLP_USERDATA));
     if (!terminal)
         return DefWindowProcA(pane, message, wParam, lParam);
     if (message == WM_DROPFILES)

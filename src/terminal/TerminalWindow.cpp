@@ -25,8 +25,7 @@ LRESULT TerminalWindowProc(ZoTerm* terminal, HWND window, UINT message, WPARAM w
     case WM_CTLCOLORSTATIC:
         return terminal->OnControlColor(reinterpret_cast<HDC>(wParam),
                                         reinterpret_cast<HWND>(lParam));
-    case WM_COPYDATA:
-        return terminal->OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
+    case WM_COPYDATA: return terminal->OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
     case WM_TIMER: return terminal->OnTimer(wParam);
     case LinkMessage: return terminal->OnLinkNotice(wParam, lParam);
     case BatchEndedMessage: return terminal->OnBatchEnded(wParam != 0);

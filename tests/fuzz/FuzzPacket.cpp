@@ -62,8 +62,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::uint8_t sub = 0;
     std::uint32_t length = 0;
     while (!source.Done()) {
-        const bool good =
-            ReadPacketFrom(source, type, sub, length, payload.data(), LargestPayload);
+        const bool good = ReadPacketFrom(source, type, sub, length, payload.data(), LargestPayload);
         Demand(length <= LargestPayload);
         if (good)
             DemandIntact(type, sub, length, payload.data(), source.m_PacketCrc);

@@ -240,8 +240,8 @@ TEST_F(OpenPortTest, StopSendEndsWhenTheLineTakesNoBytes) {
         Sleep(50);
         peer.Send("ack\n"); // and reads nothing of the block
     });
-    ASSERT_TRUE(port->StartSend(nullptr, folder.Path("image").c_str(), nullptr, SendModeImage,
-                                65535));
+    ASSERT_TRUE(
+        port->StartSend(nullptr, folder.Path("image").c_str(), nullptr, SendModeImage, 65535));
     device.join();
     Sleep(300);
     EXPECT_EQ(port->m_Info.Status, DWORD{ERROR_IO_PENDING}) << "the block does not fit the line";

@@ -40,8 +40,8 @@ public:
     bool StartSend(const std::string& content, std::uint32_t mode = SendModeFile,
                    std::uint32_t imageBlockSize = 0) {
         folder.Write("x.bin", content);
-        return port->StartSend(mode == SendModeFile ? "a" : nullptr,
-                               folder.Path("x.bin").c_str(), nullptr, mode, imageBlockSize);
+        return port->StartSend(mode == SendModeFile ? "a" : nullptr, folder.Path("x.bin").c_str(),
+                               nullptr, mode, imageBlockSize);
     }
 
     bool StartReceive(const std::string& content) {
@@ -103,7 +103,7 @@ struct ReceiveFault {
     DWORD status;
     DWORD errors;
     DWORD done;
-    int requests; // packets of the host
+    int requests;   // packets of the host
     long long kept; // bytes of the local file; -1: deleted
 };
 
@@ -278,9 +278,9 @@ TEST(Transfer, NoiseNeverMakesAWrongFileThatIsCalledGood) {
         const char* script;
         bool sends;
     } cases[] = {
-        {"1 lose 1 1", true},    {"1 damage 1 2", true},    {"1 repeat 1 3", true},
-        {"1 damage 4 4", true},  {"1 lose 1 5", false},     {"1 damage 1 6", false},
-        {"1 repeat 1 7", false}, {"1 damage 3 8", false},   {"1 lose 2 9", true},
+        {"1 lose 1 1", true},    {"1 damage 1 2", true},  {"1 repeat 1 3", true},
+        {"1 damage 4 4", true},  {"1 lose 1 5", false},   {"1 damage 1 6", false},
+        {"1 repeat 1 7", false}, {"1 damage 3 8", false}, {"1 lose 2 9", true},
         {"1 repeat 2 10", true}, {"1 lose 30 11", false}, {"1 damage 100 12", true},
     };
     const std::string content = RandomBytes(3000, 11);
@@ -297,9 +297,8 @@ TEST(Transfer, NoiseNeverMakesAWrongFileThatIsCalledGood) {
         // A send that failed may have lost only the last reply.
         EXPECT_TRUE(file == content || (status != 0 && file.empty())) << file.size();
         good += status == 0;
-        EXPECT_TRUE(WaitUntil([&] {
-            return line.port->SendCommand("ver") || (line.port->SendCommand("c"), false);
-        }));
+        EXPECT_TRUE(WaitUntil(
+            [&] { return line.port->SendCommand("ver") || (line.port->SendCommand("c"), false); }));
     });
     EXPECT_GE(good, 6) << "the protocol should get over a little noise";
 }
@@ -342,8 +341,8 @@ TEST(Transfer, LocalWriteThatFailsEndsAReceive) {
     line.folder.Write("device\\a\\x.bin", "data");
     // A pipe whose reader leaves takes no bytes.
     const char* const path = "\\\\.\\pipe\\zoconsole_full";
-    OwnedHandle reader(CreateNamedPipeA(path, PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE, 1, 64, 64, 0,
-                                        nullptr));
+    OwnedHandle reader(
+        CreateNamedPipeA(path, PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE, 1, 64, 64, 0, nullptr));
     ASSERT_TRUE(line.port->StartReceive(path, "/a/x.bin"));
     ASSERT_TRUE(WaitUntil([&] { return line.port->m_RawMode != 0; }));
     reader.reset();
@@ -385,8 +384,8 @@ TEST(Transfer, CancelAndCloseWorkAtEveryMoment) {
             const bool receives = moment.way == Way::Receive;
             const bool started =
                 receives ? line.StartReceive(content)
-                         : line.StartSend(content, moment.way == Way::Boot ? SendModeBoot
-                                                                           : SendModeFile);
+                         : line.StartSend(content,
+                                          moment.way == Way::Boot ? SendModeBoot : SendModeFile);
             ASSERT_TRUE(started);
             EXPECT_TRUE(WaitUntil([&] { return line.Info().Done >= moment.reached; }, 20000));
             if (moment.reached == 0)

@@ -22,8 +22,8 @@ std::vector<ComPair> AllComPairs() {
     if (!std::getenv("ZO_RIG_DIR"))
         return pairs;
     for (int number = 2; number <= 4; ++number)
-        pairs.push_back({"COM" + std::to_string(number), "COM" + std::to_string(number + 100),
-                         number});
+        pairs.push_back(
+            {"COM" + std::to_string(number), "COM" + std::to_string(number + 100), number});
     return pairs;
 }
 

@@ -13,9 +13,9 @@ class TestFolder {
 public:
     TestFolder() {
         static int number = 0;
-        m_Root = std::filesystem::temp_directory_path() /
-                 ("zoconsole-" + std::to_string(GetCurrentProcessId()) + "-" +
-                  std::to_string(++number));
+        m_Root =
+            std::filesystem::temp_directory_path() /
+            ("zoconsole-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number));
         std::filesystem::create_directories(m_Root / "device");
     }
     ~TestFolder() {

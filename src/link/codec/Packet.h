@@ -34,8 +34,8 @@ std::uint32_t EncodeControl(std::uint16_t code, std::uint16_t value, std::uint8_
 // the field's low byte counts.
 std::uint8_t ControlCodeOf(std::uint32_t type, std::uint32_t length, const std::uint8_t* payload);
 
-constexpr std::uint32_t PacketTimeout = 1000;   // ms for a packet's first byte, and for each other
-constexpr std::uint32_t ResyncSilence = 200;    // ms of silence that end a damaged packet
+constexpr std::uint32_t PacketTimeout = 1000; // ms for a packet's first byte, and for each other
+constexpr std::uint32_t ResyncSilence = 200;  // ms of silence that end a damaged packet
 
 // The packet reader, over a source of bytes with
 //     int ReadByte()                the next byte, -1 when none came in time; each byte that it

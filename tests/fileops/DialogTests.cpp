@@ -1,0 +1,181 @@
+// The summary, the small dialogs and the file dialogs.
+
+#include "tests/fileops/OperationTest.h"
+
+namespace {
+
+std::string Cell(HWND dialog, int row, int column) {
+    char text[300] = {};
+    LVITEMA item = {};
+    item.iSubItem = column;
+    item.pszText = text;
+    item.cchTextMax = sizeof(text);
+    SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETITEMTEXTA, static_cast<WPARAM>(row),
+                        reinterpret_cast<LPARAM>(&item));
+    return text;
+}
+
+std::string Row(HWND dialog, int row) {
+    std::string all;
+    for (int column = 0; column < 6; ++column)
+        all += (column ? "|" : "") + Cell(dialog, row, column);
+    return all;
+}
+
+int Rows(HWND dialog) {
+    return static_cast<int>(SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETITEMCOUNT, 0, 0));
+}
+
+int Image(HWND dialog, int row) {
+    LVITEMA item = {};
+    item.mask = LVIF_IMAGE;
+    item.iItem = row;
+    SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETITEMA, 0, reinterpret_cast<LPARAM>(&item));
+    return item.iImage;
+}
+
+RECT RectOf(HWND window) {
+    RECT rect = {};
+    GetWindowRect(window, &rect);
+    return rect;
+}
+
+bool IsCentered(HWND dialog) {
+    const RECT parent = RectOf(GetParent(dialog));
+    const RECT own = RectOf(dialog);
+    return own.left == (parent.left + parent.right) / 2 - (own.right - own.left) / 2 &&
+           own.top == (parent.top + parent.bottom) / 2 - (own.bottom - own.top) / 2;
+}
+
+class DialogTest : public OperationTest {
+protected:
+    // Opens a modal dialog by its command and handles it.
+    void Modal(WORD command, const char* title, const ModalScript::Action& action) {
+        const ModalScript script({{title, action}});
+        Command(command);
+    }
+};
+
+// Types a name into an open or save dialog of either layout and presses its button.
+ModalScript::Action Choose(const std::string& name) {
+    return [name](HWND dialog) {
+        constexpr int fields[] = {0x47C, 0x480}; // a combo box or an edit field
+        for (const int field : fields)
+            if (GetDlgItem(dialog, field))
+                SetDlgItemTextA(dialog, field, name.c_str());
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    };
+}
+
+} // namespace
+
+TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {
+    StartWithDevice("2 cancel 0");
+    terminal->m_DisplaySummary = 1;
+    const std::string good = File("good.txt", std::string(600, 'g'));
+    const std::string failing = File("failing.txt", "f");
+    RECT place = {};
+    const auto look = [&](HWND dialog) {
+        EXPECT_TRUE(IsCentered(dialog)) << "it was never shown before";
+        ASSERT_EQ(Rows(dialog), 4);
+        EXPECT_EQ(Row(dialog, 0), good + "|Sent|good.txt|600|2|0");
+        EXPECT_EQ(Row(dialog, 1), "C:\\wrong name|Wrong file name||||");
+        EXPECT_EQ(Row(dialog, 2), failing + "|Error during sending file||||");
+        EXPECT_EQ(Row(dialog, 3), good + "|Sent|good.txt|600|2|0");
+        EXPECT_EQ(Image(dialog, 0), 4);
+        EXPECT_EQ(Image(dialog, 1), 0);
+        EXPECT_EQ(Image(dialog, 2), 1);
+        MoveWindow(dialog, 40, 60, 500, 300, TRUE);
+        RECT client = {};
+        GetClientRect(dialog, &client);
+        RECT list = RectOf(GetDlgItem(dialog, IDC_SUMMARY_LIST));
+        RECT button = RectOf(GetDlgItem(dialog, IDOK));
+        MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&list), 2);
+        MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&button), 2);
+        EXPECT_EQ(list.left, 5);
+        EXPECT_EQ(list.right, client.right - 5);
+        EXPECT_EQ(button.top - list.bottom, 6);
+        EXPECT_EQ(client.bottom - button.bottom, 4);
+        SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_SETCOLUMNWIDTH, 1, 77);
+        place = RectOf(dialog);
+        PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
+    };
+    {
+        const ModalScript summary({{"Sent status", look}});
+        EXPECT_EQ(HandOver(Packed({good, "C:\\wrong name", failing, good})), 1);
+        EXPECT_TRUE(Ended() && WaitUntil([&] { return summary.Done(); }));
+    }
+    Modal(CMD_SUMMARY, "Sent status", [&](HWND dialog) {
+        const RECT again = RectOf(dialog);
+        EXPECT_TRUE(EqualRect(&again, &place));
+        EXPECT_EQ(SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETCOLUMNWIDTH, 1, 0), 77);
+        EXPECT_EQ(SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETCOLUMNWIDTH, 0, 0), 140);
+        // The window stays while its dialog is open; a list that comes is listed here.
+        SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(IsWindow(terminal->m_hWnd));
+        EXPECT_EQ(HandOver(Packed({"C:\\one wrong", "C:\\two wrong"})), 0);
+        EXPECT_TRUE(WaitUntil([&] { return Rows(dialog) == 2; }));
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    });
+}
+
+TEST_F(DialogTest, OpenPortTakesNumbersOnly) {
+    Start();
+    const int number = ReadComPair().number;
+    Modal(CMD_PORT_OTHER, "Open Port", [&](HWND dialog) {
+        EXPECT_TRUE(IsCentered(dialog));
+        EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_NAME)), "0");
+        SetDlgItemTextA(dialog, IDC_NAME, "");
+        SendMessageA(dialog, WM_COMMAND, IDOK, 0);
+        EXPECT_TRUE(IsWindow(dialog));
+        SetDlgItemInt(dialog, IDC_NAME, static_cast<UINT>(number), FALSE);
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    });
+    EXPECT_EQ(terminal->m_PortNumber, number);
+    Modal(CMD_PORT_OTHER, "Open Port", [&](HWND dialog) {
+        SetDlgItemTextA(dialog, IDC_NAME, "4294967295");
+        PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
+    });
+    EXPECT_EQ(terminal->m_PortNumber, number);
+}
+
+TEST_F(DialogTest, DeviceAndAbout) {
+    Start();
+    Modal(CMD_DEVICE_CUSTOM, "Select Device", [](HWND dialog) {
+        EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_NAME)), "default");
+        SetDlgItemTextA(dialog, IDC_NAME, "mp3");
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    });
+    EXPECT_EQ(std::string(terminal->m_DeviceName), "mp3");
+    EXPECT_TRUE(ItemIsChecked(5, 5));
+    Modal(CMD_ABOUT, "About Console", [](HWND dialog) {
+        EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_VERSION)), "Version 1.0 build 50");
+        SendMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
+        EXPECT_TRUE(IsWindow(dialog)) << "only its button closes it";
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    });
+}
+
+TEST_F(DialogTest, FileDialogsFillTheirLists) {
+    Start();
+    const std::string one = File("one file.txt", "1");
+    const std::string two = File("two.txt", "2");
+    terminal->m_AskBeforeSendWrongFile = 0;
+    Modal(CMD_SEND_FILES, "Send File(s)", Choose(one));
+    EXPECT_EQ(std::string(terminal->m_FileList, one.size() + 2), Packed({one}));
+    // The folder stands before its files' names.
+    const ModalScript::Action several = Choose("\"one file.txt\" \"two.txt\"");
+    Modal(CMD_SEND_FILES, "Send File(s)", several);
+    const std::string list = Packed({one, two});
+    EXPECT_EQ(std::string(terminal->m_FileList, list.size()), list);
+    // A name that no dialog can offer does not keep it from opening.
+    terminal->TakeFileList("C:\\a?b|c\0", 10, 0);
+    Modal(CMD_SEND_FILES, "Send File(s)", Press(IDCANCEL));
+
+    CopyText(terminal->m_ReceiveFile, two.c_str());
+    Modal(CMD_RECEIVE_FILE, "Receive File", Press(IDCANCEL));
+    EXPECT_EQ(std::string(terminal->m_ReceiveFile), two);
+    Modal(CMD_SEND_IMAGE, "Image File", Choose(two));
+    EXPECT_EQ(std::string(terminal->m_ImageFile), two);
+    EXPECT_EQ(terminal->m_ImageMode, 1U);
+}

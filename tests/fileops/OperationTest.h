@@ -1,0 +1,97 @@
+#pragma once
+
+// A terminal, the simulated device at its line's far end, and files for both.
+
+#include "base/Text.h"
+#include "fileops/Batch.h"
+#include "link/codec/PackedList.h"
+#include "resources/resource.h"
+#include "tests/support/ComPeer.h"
+#include "tests/support/Files.h"
+#include "tests/support/Modal.h"
+#include "tests/support/SimDevice.h"
+#include "tests/support/Terminal.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+inline constexpr DWORD LongestOperation = 30000; // ms
+
+class OperationTest : public TerminalTest {
+protected:
+    ZoTerm& StartWithDevice(const std::string& script = {}, sim::DeviceSetup setup = {}) {
+        setup.asksByNumber = true;
+        device =
+            std::make_unique<SimDevice>(ReadComPair().device, folder.Path("device"), script, setup);
+        return StartConnected();
+    }
+
+    // A local file with that content; returns its path.
+    std::string File(const std::string& name, const std::string& content) {
+        folder.Write(name, content);
+        return folder.Path(name);
+    }
+
+    static std::string Packed(const std::vector<std::string>& paths) {
+        std::string list;
+        for (const std::string& path : paths)
+            list += path + '\0';
+        return list + '\0';
+    }
+
+    // Hands a list over as another start does.
+    LRESULT HandOver(const std::string& list) {
+        COPYDATASTRUCT data = {};
+        data.cbData = static_cast<DWORD>(list.size());
+        data.lpData = const_cast<char*>(list.data());
+        return SendMessageA(terminal->m_hWnd, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
+    }
+
+    bool Ended(DWORD limit = LongestOperation) {
+        return WaitUntil([&] { return !terminal->m_ProgressDialog; }, limit);
+    }
+
+    // The last batch's records: "3 blocks 1 errors 1234", or the code; commas between.
+    std::string Records() const {
+        std::string all;
+        const char* at = terminal->m_Results;
+        TransferResult result;
+        while ((at = GetResult(at, result)) != nullptr)
+            all += (all.empty() ? "" : ", ") +
+                   (result.Sent()
+                        ? std::to_string(result.code) + " blocks " + std::to_string(result.errors) +
+                              " errors " + std::to_string(result.size)
+                        : std::to_string(result.code));
+        return all;
+    }
+
+    // The names that the device got, commas between.
+    std::string DeviceNames() const {
+        std::string all;
+        for (const char* name = terminal->m_DeviceNames; *name; name = NextName(name))
+            all += (all.empty() ? "" : ",") + std::string(name);
+        return all;
+    }
+
+    std::string StatusText() const {
+        char text[200] = {};
+        SendMessageA(terminal->m_hStatus, SB_GETTEXTA, 0, reinterpret_cast<LPARAM>(text));
+        return text;
+    }
+
+    std::string Item(int id) const { return TextOf(GetDlgItem(terminal->m_ProgressDialog, id)); }
+
+    LRESULT Bar(int id) const {
+        return SendDlgItemMessageA(terminal->m_ProgressDialog, id, PBM_GETPOS, 0, 0);
+    }
+
+    void PressButton(int id) {
+        SendMessageA(terminal->m_ProgressDialog, WM_COMMAND, static_cast<WPARAM>(id), 0);
+    }
+
+    std::string Stored(const std::string& path) const { return folder.Read("device\\" + path); }
+
+    TestFolder folder;
+    std::unique_ptr<SimDevice> device;
+};
