@@ -295,7 +295,7 @@ template <typename Start> double TransferSeconds(ComPort& port, Start start) {
     if (!start())
         return -1;
     do
-        Sleep(1);
+        Sleep(20);
     while (port.GetTransferInfo(&info) && info.Status == ERROR_IO_PENDING);
     return info.Status == 0 ? Seconds() - began : -1;
 }
@@ -343,21 +343,38 @@ void MeasureCrc() {
     Row("CRC-32", 16 / (Seconds() - start), "MB/s", NoBound);
 }
 
+void MeasureExecutable() {
+    Row("executable", static_cast<double>(FileSize(BuildFile("ZoConsole.exe"))) / 1000, "kB", 600);
+}
+
+struct Measure {
+    const char* name;
+    bool themed; // also with the themes on, which change it
+    void (*run)(bool themes);
+};
+
+constexpr Measure Measures[] = {
+    {"executable", false, [](bool) { MeasureExecutable(); }},
+    {"command", false, [](bool) { MeasureRoundTrip(); }},
+    {"crc", false, [](bool) { MeasureCrc(); }},
+    {"transfer", false, [](bool) { MeasureTransfers(); }},
+    {"start", true, [](bool) { MeasureStart(); }},
+    {"idle", true, [](bool) { MeasureIdle(); }},
+    {"fast", true, [](bool) { MeasureStream(921600, NoBound); }},
+    {"stream", true, [](bool themes) { MeasureStream(115200, themes ? 10 : 3); }},
+};
+
 } // namespace
 
+// zo_bench on|off [NAME...]: with Wine's themes on or off, all that is measured or what is named.
 int main(int argc, char** argv) {
-    // With the themes on only what they change is measured.
-    const bool themed = argc > 1 && std::strcmp(argv[1], "on") == 0;
-    if (!themed) {
-        Row("executable", static_cast<double>(FileSize(BuildFile("ZoConsole.exe"))) / 1000, "kB",
-            600);
-        MeasureRoundTrip();
-        MeasureCrc();
-        MeasureTransfers();
+    const bool themes = argc > 1 && std::strcmp(argv[1], "on") == 0;
+    for (const Measure& measure : Measures) {
+        bool wanted = argc < 3;
+        for (int i = 2; i < argc; ++i)
+            wanted = wanted || std::strcmp(argv[i], measure.name) == 0;
+        if (wanted && (measure.themed || !themes))
+            measure.run(themes);
     }
-    MeasureStart();
-    MeasureIdle();
-    MeasureStream(921600, NoBound);
-    MeasureStream(115200, themed ? 10 : 3);
     return 0;
 }

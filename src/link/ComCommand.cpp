@@ -21,6 +21,7 @@ bool ComPort::SendCommand(const char* line) {
     const std::size_t length = EncodeCommandLine(line, m_CommandSum, wire.get());
 
     m_AnswerAwaited = true;
+    SetEvent(m_EndGatheringEvent); // an answer must not be read together with the reply behind it
     m_CommandAnswer = AnswerPending;
     ResetEvent(m_CommandEvent);
     // A line that takes no bytes brings no answer either: no second wait for that.

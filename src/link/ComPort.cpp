@@ -143,7 +143,7 @@ bool ComPort::CreateEvents() {
         {&m_ReadOverlapped.hEvent, manual}, {&m_ReplyEvent, automatic},
         {&m_CancelSendEvent, manual},       {&m_StopReaderEvent, manual},
         {&m_CommandEvent, automatic},       {&m_DataEvent, manual},
-        {&m_AbortWaitsEvent, manual},
+        {&m_AbortWaitsEvent, manual},       {&m_EndGatheringEvent, automatic},
     };
     for (const auto& entry : events) {
         *entry.event = CreateEventA(nullptr, entry.reset, FALSE, nullptr);
@@ -172,7 +172,7 @@ bool ComPort::Close() {
 
     CloseAndClear(m_ReadOverlapped.hEvent);
     for (HANDLE* event : {&m_ReplyEvent, &m_CancelSendEvent, &m_StopReaderEvent, &m_CommandEvent,
-                          &m_DataEvent, &m_AbortWaitsEvent})
+                          &m_DataEvent, &m_AbortWaitsEvent, &m_EndGatheringEvent})
         CloseAndClear(*event);
     delete[] m_InBuffer;
     CloseAndClear(m_Handle);

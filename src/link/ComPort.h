@@ -191,6 +191,7 @@ public:
     std::uint32_t m_PacketCrc = CrcPreset;
     std::uint8_t* m_SendFrame = nullptr;       // room for one frame, as long as m_SendData
     HANDLE m_AbortWaitsEvent = nullptr;        // manual-reset; set: nothing waits for the line
+    HANDLE m_EndGatheringEvent = nullptr;      // auto-reset; set: the reader waits for no more text
     std::atomic<std::uint32_t> m_LineSpeed{0}; // bits per second
     std::atomic<bool> m_AnswerAwaited{false};
     std::atomic<bool> m_TextNoticeWaits{false};
@@ -247,7 +248,7 @@ private:
     bool Gathers(const Reader& reader) const;
     DWORD GatheringTime() const;
     ReaderStep ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* taken);
-    void HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count);
+    void HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count, bool text);
     void AwaitRoom(std::uint32_t room);
     bool HandleRaw(const std::uint8_t* bytes, std::uint32_t count);
     void HandleLines(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count);

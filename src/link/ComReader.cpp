@@ -56,8 +56,11 @@ ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     const ReaderStep waited = ReadBytes(&first, 1, &taken);
     if (waited != ReaderStep::Bytes)
         return waited;
-    if (Gathers(reader))
-        WaitForSingleObject(m_StopReaderEvent, GatheringTime());
+    const bool text = Gathers(reader);
+    if (text) {
+        const HANDLE either[] = {m_StopReaderEvent, m_EndGatheringEvent};
+        WaitForMultipleObjects(2, either, FALSE, GatheringTime());
+    }
     reader.lastChunkAt = GetTickCount64();
 
     DWORD errors = 0;
@@ -71,7 +74,7 @@ ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     }
     std::uint8_t* const chunk = reader.chunk.get();
     if (!chunk) { // short of memory: byte by byte then
-        HandleChunk(reader.line, &first, 1);
+        HandleChunk(reader.line, &first, 1, text);
         return ReaderStep::Bytes;
     }
     chunk[0] = first;
@@ -79,7 +82,7 @@ ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     taken = 0;
     if (status.cbInQue > 0)
         step = ReadBytes(&chunk[1], status.cbInQue, &taken);
-    HandleChunk(reader.line, chunk, taken + 1);
+    HandleChunk(reader.line, chunk, taken + 1, text);
     return step == ReaderStep::NoBytes ? ReaderStep::Bytes : step;
 }
 
@@ -111,10 +114,12 @@ ComPort::ReaderStep ComPort::ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* 
                                                                       : ReaderStep::Lost;
 }
 
-void ComPort::HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count) {
-    if (m_RawMode && HandleRaw(bytes, count))
+// `text`: it gathered as text, and stays that when a transfer has begun meanwhile.
+void ComPort::HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count,
+                          bool text) {
+    if (m_RawMode && !text && HandleRaw(bytes, count))
         return;
-    if (m_ReplyState != ReplyNone) {
+    if (m_ReplyState != ReplyNone && !text) {
         HandleLines(line, bytes, count);
         return;
     }

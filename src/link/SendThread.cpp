@@ -124,6 +124,7 @@ std::uint32_t ComPort::SendBlockSize() const {
 
 void ComPort::RunSend() {
     m_ReplyState = ReplyCancel; // from here on the reader looks for reply lines
+    SetEvent(m_EndGatheringEvent);
     const DWORD status = SendFile();
     m_ReplyState = ReplyNone;
     FreeSendData();

@@ -253,6 +253,28 @@ TEST_F(OpenPortTest, StopSendEndsWhenTheLineTakesNoBytes) {
     EXPECT_TRUE(Command("dir", "\x02")) << "the port is usable again";
 }
 
+TEST_F(OpenPortTest, TextBeforeASendDoesNotCostItsFirstReply) {
+    const TestFolder folder;
+    folder.Write("x", "data");
+    for (int i = 0; i < 4; ++i) { // streaming text gathers
+        peer.Send("text");
+        Sleep(10);
+    }
+    std::string frame;
+    std::thread device([&] {
+        peer.Receive(OnTheWire("rcv x 4\r\n").size());
+        peer.Send("\x02");
+        Sleep(15);
+        peer.Send("ack\n");
+        frame = peer.Receive(13, 1000);
+        peer.Send("done\n");
+    });
+    EXPECT_TRUE(port->StartSend(nullptr, folder.Path("x").c_str(), nullptr, SendModeFile, 0));
+    device.join();
+    EXPECT_EQ(frame.size(), 13U);
+    EXPECT_TRUE(WaitUntil([&] { return port->m_Info.Status == 0; }));
+}
+
 TEST_F(OpenPortTest, FloodFillsTheBufferAndTheLineGoesOn) {
     const std::string line = "0123456789";
     peer.Send(Repeat(line, 1000));
