@@ -161,6 +161,23 @@ TEST(PacketReader, MissingBytesEndItOrStartItOver) {
     }
 }
 
+TEST(PacketReader, WhatDidNotComeIsNeverTakenForZeros) {
+    const std::string zeroCrc = [] { // a packet whose CRC ends in two zeros
+        for (std::uint32_t i = 0;; ++i) {
+            std::string packet = FromHex("01000004") + std::string(4, '\0');
+            PutLong(reinterpret_cast<std::uint8_t*>(&packet[4]), i);
+            const std::uint32_t crc = ~AddCrc(CrcPreset, Bytes(packet), packet.size());
+            if ((crc & 0xFFFF) != 0)
+                continue;
+            packet.resize(12);
+            PutLong(reinterpret_cast<std::uint8_t*>(&packet[8]), crc);
+            return packet;
+        }
+    }();
+    EXPECT_TRUE(Read(ScriptedSource().Then(zeroCrc)).good);
+    EXPECT_FALSE(Read(ScriptedSource().Then(zeroCrc.substr(0, 10))).good);
+}
+
 TEST(PacketReader, OverlongLengthIsReadToTheLimitAndFails) {
     const std::string packet = FromHex("01000258") + std::string(600, 'x') + "crc!";
     ScriptedSource source;

@@ -62,11 +62,13 @@ template <typename Source>
 bool ReadPacketBody(Source& source, std::uint32_t first, std::uint32_t& type, std::uint8_t& sub,
                     std::uint32_t& length, std::uint8_t* payload, std::uint32_t max,
                     bool& missing) {
-    const auto second = static_cast<std::uint8_t>(source.ReadByte());
-    const auto told = static_cast<std::uint32_t>(ReadWordFrom(source)) & 0xFFFF;
+    const int second = source.ReadByte();
+    const std::int32_t told = ReadWordFrom(source);
     type = first;
-    sub = second;
-    length = told < max ? told : max;
+    sub = static_cast<std::uint8_t>(second);
+    length = static_cast<std::uint32_t>(told) & 0xFFFF;
+    const bool whole = second >= 0 && told >= 0 && length <= max;
+    length = length < max ? length : max;
     for (std::uint32_t i = 0; i < length; ++i) {
         const int byte = source.ReadByte();
         missing = byte < 0;
@@ -74,8 +76,12 @@ bool ReadPacketBody(Source& source, std::uint32_t first, std::uint32_t& type, st
             return false;
         payload[i] = static_cast<std::uint8_t>(byte);
     }
-    const std::uint32_t expected = ~source.m_PacketCrc;
-    return ReadLongFrom(source) == expected;
+    const std::uint32_t covered = source.m_PacketCrc;
+    const std::uint32_t crc = ReadLongFrom(source);
+    std::uint8_t field[4];
+    PutLong(field, crc);
+    // A byte that did not come counts as 0 in the field, but it is not in the register.
+    return whole && crc == ~covered && source.m_PacketCrc == AddCrc(covered, field, sizeof(field));
 }
 
 // Reads the next good packet. What is damaged is discarded with all that follows it up to
