@@ -97,7 +97,10 @@ int Run(const sim::SimOptions& options) {
     if (!LoadScript(options.script, script) || !FindFiles(options.files, files))
         return ExitUsage;
     sim::DeviceSetup setup;
+    setup.hostile = options.hostile;
     setup.pace = options.pace;
+    if (setup.hostile != 0 && setup.pace == 0)
+        setup.pace = options.baud;
     setup.replyDelay = options.replyDelay;
     setup.startDelay = options.startDelay;
     setup.restartPause = options.restartPause;

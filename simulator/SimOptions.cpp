@@ -40,6 +40,8 @@ constexpr NumberOption NumberOptions[] = {
     {"--boot-wait", "", &SimOptions::bootWait, 0, LongestWait,
      "ms from the loader's banner to the start banner"},
     {"--by-number", "", &SimOptions::byNumber, 0, 1, "1: asks for each block by its number"},
+    {"--hostile", "", &SimOptions::hostile, 1, std::numeric_limits<std::uint32_t>::max(),
+     "seed of noise and absurdities that it says between all else, without end"},
 };
 
 constexpr TextOption TextOptions[] = {

@@ -20,6 +20,7 @@ struct SimOptions {
     std::uint32_t restartPause = 500;
     std::uint32_t bootWait = 3000;
     std::uint32_t byNumber = 0;
+    std::uint32_t hostile = 0; // the seed; 0: a device that behaves
     bool help = false;
 };
 

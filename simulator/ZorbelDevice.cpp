@@ -14,11 +14,16 @@ constexpr const char* LoaderBanner = "Preparing to load ZoOS\r\n";
 constexpr const char* StartBanner = "\r\nZoOS console, \"help\" lists the commands\r\n";
 constexpr const char* Prompt = "zorbel> ";
 
+// Bursts follow each other without end, so they must not come at once.
+std::uint32_t PaceOf(const DeviceSetup& setup) {
+    return setup.hostile != 0 && setup.pace == 0 ? Hostile::UsualPace : setup.pace;
+}
+
 } // namespace
 
 ZorbelDevice::ZorbelDevice(const DeviceSetup& setup, FaultScript script, DeviceFiles files)
-    : m_Setup(setup), m_Script(std::move(script)), m_Files(std::move(files)), m_Output(setup.pace) {
-}
+    : m_Setup(setup), m_Script(std::move(script)), m_Files(std::move(files)),
+      m_Hostile(setup.hostile), m_Output(PaceOf(setup)) {}
 
 void ZorbelDevice::SwitchOn(Millis now) {
     m_StateEnd = now + m_Setup.startDelay;
@@ -37,6 +42,8 @@ std::size_t ZorbelDevice::Take(Millis now, std::uint8_t* out, std::size_t room) 
         m_TextRuns = false;
         AddPrompt(now);
     }
+    if (m_Setup.hostile != 0 && m_Output.NextDue() == Never)
+        AddBurst(now);
     return taken;
 }
 
@@ -166,6 +173,17 @@ void ZorbelDevice::AddNoise(FaultKind kind, Millis due) {
 void ZorbelDevice::AddPrompt(Millis due) {
     if (m_State == State::Console && !m_TextRuns && !m_Quiet)
         Send(Prompt, due);
+}
+
+// A hostile device's line is never quiet for long, whatever the device does. It sends what it
+// should in between.
+void ZorbelDevice::AddBurst(Millis now) {
+    const bool text = m_State == State::Console || m_State == State::Starting;
+    const HostExpects expects = m_State == State::Giving ? HostExpects::Packets
+                                : text                   ? HostExpects::Text
+                                                         : HostExpects::Replies;
+    Burst burst = m_Hostile.Next(expects);
+    m_Output.Add(std::move(burst.bytes), now + burst.silence, {});
 }
 
 } // namespace sim

@@ -12,6 +12,7 @@
 #include "DeviceFiles.h"
 #include "FaultScript.h"
 #include "Frames.h"
+#include "Hostile.h"
 #include "LineReceiver.h"
 #include "Millis.h"
 #include "OutputQueue.h"
@@ -27,6 +28,7 @@ struct DeviceSetup {
     std::uint32_t bootWait = 3000;    // ms from the loader's banner to the start banner
     bool asksByNumber = false;        // for the blocks of a file, from the first one on
     std::uint64_t startText = 0;      // bytes of generated text behind the first start banner
+    std::uint32_t hostile = 0;        // seed of the bursts between all else; 0: none
 };
 
 class ZorbelDevice {
@@ -105,6 +107,7 @@ private:
     bool ListFolder(std::string_view folder, std::string& output) const;
     void AddNoise(FaultKind kind, Millis due);
     void AddPrompt(Millis due);
+    void AddBurst(Millis now);
     void Send(std::string bytes, Millis due) { m_Output.Add(std::move(bytes), due, m_Shape); }
 
     bool BeginTransfer(Transfer transfer, Call& call);
@@ -128,6 +131,7 @@ private:
     DeviceSetup m_Setup;
     FaultScript m_Script;
     DeviceFiles m_Files;
+    Hostile m_Hostile;
 
     State m_State = State::Starting;
     Millis m_StateEnd = Never; // when the state ends by itself
