@@ -172,10 +172,10 @@ double IdlePercent(const Console& console, double seconds) {
 }
 
 void MeasureStart() {
-    std::vector<double> starts;
-    for (int i = 0; i < 5; ++i)
-        starts.push_back(Console().shownAfter);
-    std::sort(starts.begin(), starts.end());
+    double starts[5];
+    for (double& start : starts)
+        start = Console().shownAfter;
+    std::sort(std::begin(starts), std::end(starts));
     Row("start to the first painted window (median of 5)", starts[2], "s", 0.3);
 }
 

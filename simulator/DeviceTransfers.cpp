@@ -255,7 +255,7 @@ void ZorbelDevice::GivePacket(Millis now) {
     DamagePacket(packet);
     const Millis due = NextStepDue(now);
     if (!muted)
-        Say(std::move(packet), due);
+        Say(packet, due);
     if (ends)
         EndTransfer(due);
 }
@@ -319,7 +319,7 @@ const Fault* ZorbelDevice::At(FaultKind kind) const {
     return fault != nullptr && fault->numbers[0] == m_Transfer.step ? fault : nullptr;
 }
 
-void ZorbelDevice::Say(std::string bytes, Millis due) {
+void ZorbelDevice::Say(std::string_view bytes, Millis due) {
     Send(m_Transfer.outgoing.Pass(bytes), due);
 }
 

@@ -103,7 +103,7 @@ std::string Hostile::Packet() {
     std::string payload(Below(MostPayload + 1), 'p');
     const auto block = static_cast<std::uint8_t>(Below(4));
     if (Below(3) == 0)
-        return DataPacket(block, std::string_view(payload).substr(0, Below(3) * 256));
+        return DataPacket(block, std::string_view(payload).substr(0, std::size_t{256} * Below(3)));
     std::string packet = DataPacket(block, payload);
     const std::uint16_t length = Lengths[Below(std::size(Lengths))];
     packet[2] = static_cast<char>(length >> 8);

@@ -7,7 +7,7 @@ namespace sim {
 
 namespace {
 
-constexpr std::uint64_t BitMillis = 10 * 1000; // ten bits a byte, 1000 ms a second
+constexpr std::uint64_t BitMillis = 10000; // ten bits a byte, 1000 ms a second
 
 } // namespace
 

@@ -126,7 +126,7 @@ private:
     Millis NextStepDue(Millis now);
     bool Hits(FaultKind kind) const;
     const Fault* At(FaultKind kind) const;
-    void Say(std::string bytes, Millis due);
+    void Say(std::string_view bytes, Millis due);
 
     DeviceSetup m_Setup;
     FaultScript m_Script;

@@ -61,7 +61,7 @@ public:
         sigemptyset(&ending);
         sigaddset(&ending, SIGTERM);
         sigaddset(&ending, SIGINT);
-        sigprocmask(SIG_BLOCK, &ending, nullptr);
+        pthread_sigmask(SIG_BLOCK, &ending, nullptr);
         m_Signals = Fd(Checked(signalfd(-1, &ending, SFD_NONBLOCK | SFD_CLOEXEC), "signalfd"));
 
         const std::string lines = options.folder + "/" + LinesFolder;

@@ -183,7 +183,7 @@ void ZoTerm::InsertToolbarBand() {
     bar.cbSize = sizeof(bar);
     SendMessageA(m_hRebar, RB_SETBARINFO, 0, reinterpret_cast<LPARAM>(&bar));
 
-    const DWORD buttonSize = static_cast<DWORD>(SendMessageA(m_hToolbar, TB_GETBUTTONSIZE, 0, 0));
+    const auto buttonSize = static_cast<DWORD>(SendMessageA(m_hToolbar, TB_GETBUTTONSIZE, 0, 0));
     m_BandBitmap = static_cast<HBITMAP>(
         LoadImageA(ProgramModule, MAKEINTRESOURCEA(IDB_BAND), IMAGE_BITMAP, 0, 0, 0));
     REBARBANDINFOA band = {};

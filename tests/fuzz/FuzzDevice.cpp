@@ -47,7 +47,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     for (std::size_t i = 0; i < input.size(); ++i) {
         std::string bytes(1, input[i]);
         if (bytes[0] == '\xFE' && i + 1 < input.size()) {
-            Run(device, now, now + 50U * static_cast<std::uint8_t>(input[++i]));
+            Run(device, now, now + sim::Millis{50} * static_cast<std::uint8_t>(input[++i]));
             continue;
         }
         if (input.substr(i, 2) == "@@") {
@@ -55,7 +55,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
             bytes = {'\n', static_cast<char>(sum), static_cast<char>(sum >> 8)};
             ++i;
         }
-        line = bytes.size() == 3 || bytes == "\n" ? "" : line + bytes;
+        if (bytes.size() == 3 || bytes == "\n")
+            line.clear();
+        else
+            line += bytes;
         device.Receive(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(), now);
     }
     Run(device, now, now + LongestOwnTime);

@@ -42,7 +42,7 @@ public:
             char line[ZoTerm::LineRoom];
             SendMessageA(terminal->m_hCommand, CB_GETLBTEXT, static_cast<WPARAM>(i),
                          reinterpret_cast<LPARAM>(line));
-            lines.push_back(line);
+            lines.emplace_back(line);
         }
         return lines;
     }

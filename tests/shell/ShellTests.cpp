@@ -69,10 +69,10 @@ private:
         type.lpszClassName = TerminalClassName;
         UnregisterClassA(TerminalClassName, GetModuleHandleA(nullptr)); // real terminals' class
         RegisterClassA(&type);
-        std::vector<HWND> windows;
-        for (int i = 0; i < count; ++i)
-            windows.push_back(CreateWindowExA(0, TerminalClassName, "other", WS_POPUP, 0, 0, 10, 10,
-                                              nullptr, nullptr, nullptr, nullptr));
+        std::vector<HWND> windows(static_cast<std::size_t>(count));
+        for (HWND& window : windows)
+            window = CreateWindowExA(0, TerminalClassName, "other", WS_POPUP, 0, 0, 10, 10, nullptr,
+                                     nullptr, nullptr, nullptr);
         m_ThreadId = GetCurrentThreadId();
         m_Ready = true;
         MSG message;

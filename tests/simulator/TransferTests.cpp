@@ -72,7 +72,7 @@ TEST(DeviceFrames, GoldenOnesAreReadAndNoBitMayTurn) {
                 result = collector.Add(static_cast<std::uint8_t>(wire[i]));
             const bool complete = result == sim::FrameCollector::Result::Complete;
             EXPECT_EQ(complete, bit == 8 * vector.wire.size()) << bit;
-            EXPECT_TRUE(!complete || collector.Data() == vector.data);
+            EXPECT_EQ(complete ? collector.Data() : vector.data, vector.data);
         }
     }
     for (const FrameVector& vector : FrameVectors("data"))

@@ -11,11 +11,10 @@
 
 class TestFolder {
 public:
-    TestFolder() {
-        static int number = 0;
-        m_Root =
-            std::filesystem::temp_directory_path() /
-            ("zoconsole-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number));
+    TestFolder()
+        : m_Root(std::filesystem::temp_directory_path() /
+                 ("zoconsole-" + std::to_string(GetCurrentProcessId()) + "-" +
+                  std::to_string(++s_Number))) {
         std::filesystem::create_directories(m_Root / "device");
     }
     ~TestFolder() {
@@ -40,6 +39,7 @@ public:
     }
 
 private:
+    static inline int s_Number = 0;
     std::filesystem::path m_Root;
 };
 

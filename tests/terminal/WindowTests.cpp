@@ -39,7 +39,7 @@ protected:
              i < static_cast<WPARAM>(SendMessageA(terminal->m_hCommand, CB_GETCOUNT, 0, 0)); ++i) {
             char line[ZoTerm::LineRoom] = {};
             SendMessageA(terminal->m_hCommand, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));
-            lines.push_back(line);
+            lines.emplace_back(line);
         }
         return lines;
     }

@@ -1,5 +1,6 @@
 #include "CommandSum.h"
 
+#include <algorithm>
 #include <cstring>
 
 void ResetCommandSum(std::uint32_t& sum) {
@@ -7,13 +8,13 @@ void ResetCommandSum(std::uint32_t& sum) {
 }
 
 void AddCommandSum(std::uint32_t& sum, char character) {
-    const auto widened = static_cast<std::uint32_t>(static_cast<signed char>(character));
+    const auto widened = static_cast<std::uint32_t>(static_cast<std::int8_t>(character));
     sum = ((widened ^ sum) << 1) | ((sum >> 16) & 1U);
 }
 
 std::size_t EncodeCommandLine(const char* line, std::uint32_t& sum, std::uint8_t* out) {
     std::size_t length = std::strlen(line);
-    std::memcpy(out, line, length);
+    std::copy_n(line, length, out);
     if (length == 0 || out[length - 1] != '\n')
         out[length++] = '\n';
 

@@ -47,7 +47,7 @@ std::uint32_t ParseDecimal(const char* text, std::size_t length) {
     std::uint32_t value = 0;
     std::uint32_t weight = 1;
     for (std::size_t i = length; i > 0; --i) {
-        const auto code = static_cast<std::uint32_t>(static_cast<signed char>(text[i - 1]));
+        const auto code = static_cast<std::uint32_t>(static_cast<std::int8_t>(text[i - 1]));
         value += (code - 48U) * weight;
         weight *= 10U;
     }
