@@ -29,8 +29,10 @@ if(WIN32)
   if(NOT MSVC)
     # One self-contained file: the runtime is linked in. Unused code goes, symbols go.
     target_compile_options(zo_flags INTERFACE -ffunction-sections -fdata-sections -fcf-protection)
+    # The same sources give the same file: no time goes in.
     target_link_options(zo_flags INTERFACE
-      -static -fstack-protector-strong -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
+      -static -fstack-protector-strong -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat
+      -Wl,--high-entropy-va -Wl,--no-insert-timestamp)
     target_link_options(zo_flags INTERFACE $<$<CONFIG:MinSizeRel,Release>:-s>)
   endif()
 endif()
