@@ -240,6 +240,11 @@ bool ComPort::SetNotify(HWND window, std::uint32_t message, std::uint32_t flags)
     return true;
 }
 
+bool ComPort::Answers() {
+    DWORD errors = 0;
+    return RequireOpen() && (ClearCommError(m_Handle, &errors, nullptr) || Fail(GetLastError()));
+}
+
 bool ComPort::GetTransferInfo(TransferInfo* info) {
     if (!RequireOpen())
         return false;

@@ -84,6 +84,9 @@ public:
     // GUI thread. True once the port has stopped delivering and until it is closed.
     bool IsLost() const { return m_Lost; }
 
+    // GUI thread. Asks the driver; false when it does not answer for the open port any more.
+    bool Answers();
+
     // GUI thread, on a NotifyText and before the drain: the next text posts a notice again.
     void TakeTextNotice() { m_TextNoticeWaits = false; }
 

@@ -2,12 +2,16 @@
 
 #include "terminal/TerminalWindow.h"
 
+#include "base/Text.h"
 #include "resources/resource.h"
 #include "terminal/DispatcherRequest.h"
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
+#include <dbt.h>
+
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -26,6 +30,7 @@ LRESULT TerminalWindowProc(ZoTerm* terminal, HWND window, UINT message, WPARAM w
         return terminal->OnControlColor(reinterpret_cast<HDC>(wParam),
                                         reinterpret_cast<HWND>(lParam));
     case WM_COPYDATA: return terminal->OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
+    case WM_DEVICECHANGE: return terminal->OnDeviceChange(wParam, lParam);
     case WM_TIMER: return terminal->OnTimer(wParam);
     case LinkMessage: return terminal->OnLinkNotice(wParam, lParam);
     case BatchEndedMessage: return terminal->OnBatchEnded(wParam != 0);
@@ -109,6 +114,27 @@ LRESULT ZoTerm::OnLinkNotice(WPARAM kind, LPARAM status) {
     if (kind == NotifyTransfer && m_ProgressDialog)
         return SendMessageA(m_ProgressDialog, LinkMessage, kind, status);
     if (kind == NotifyLost && Port->IsLost()) // not one that an earlier port left in the queue
-        OpenPort(0, m_BaudRate);
+        LosePort();
     return 0;
+}
+
+// A pulled adapter's driver may leave the open handle silent, so the system's own word counts, and
+// every change among the devices is a reason to ask the port.
+LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
+    if (m_PortNumber == 0)
+        return TRUE;
+    const auto* removed = reinterpret_cast<const DEV_BROADCAST_PORT_A*>(device);
+    char name[16];
+    FormatText(name, "COM%d", static_cast<int>(m_PortNumber));
+    const bool named = event == DBT_DEVICEREMOVECOMPLETE && removed &&
+                       removed->dbcp_devicetype == DBT_DEVTYP_PORT &&
+                       _stricmp(removed->dbcp_name, name) == 0;
+    if (named || !Port->Answers())
+        LosePort();
+    return TRUE;
+}
+
+// What runs on the port ends with it.
+void ZoTerm::LosePort() {
+    OpenPort(0, m_BaudRate);
 }

@@ -44,6 +44,8 @@ public:
     LRESULT OnCopyData(const COPYDATASTRUCT& data);
     LRESULT OnTimer(WPARAM timer);
     LRESULT OnLinkNotice(WPARAM kind, LPARAM status);
+    LRESULT OnDeviceChange(WPARAM event, LPARAM device);
+    void LosePort();
 
     // Commands (Commands.cpp). Answers what the window procedure answers.
     LRESULT OnCommand(WORD command, WORD notification);

@@ -8,6 +8,7 @@
 #include <shlobj.h>
 
 #include <cstring>
+#include <functional>
 
 namespace {
 
@@ -124,19 +125,45 @@ TEST_F(OperationTest, FilesThatCannotBeReadEndTheBatch) {
     EXPECT_EQ(Records(), ApiError);
 }
 
-TEST_F(OperationTest, PulledCableEndsABatchWithItsRows) {
+TEST_F(OperationTest, PulledCableEndsEveryOperation) {
     StartWithDevice();
-    EXPECT_EQ(HandOver(Packed({File("one", std::string(50000, '1')), File("two", "2")})), 1);
-    ASSERT_TRUE(WaitUntil([&] { return !StatusText().empty() && Bar(IDC_FILE_BAR) > 0; }));
-    if (!CutCable(ReadComPair().program))
-        GTEST_SKIP() << "this null modem cannot be cut";
+    const ComPair pair = ReadComPair();
+    const std::string large = File("large", std::string(50000, 'l'));
+    folder.Write("device\\default\\large", std::string(50000, 'l'));
+    CopyText(terminal->m_BootFile, large.c_str());
+    CopyText(terminal->m_ReceiveFile, folder.Path("received\\large").c_str());
+    folder.Write("received\\here", "");
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"sending",
+         [&] {
+             HandOver(Packed({large, File("two", "2")}));
+         }},
+        {"receiving", [&] { terminal->StartReceiveList(); }},
+        {"waiting for a restart", [&] { OpenBootDialog(*terminal); }},
+    };
+    for (const auto& [name, start] : operations) {
+        SCOPED_TRACE(name);
+        start();
+        ASSERT_NE(terminal->m_ProgressDialog, nullptr);
+        WaitUntil([] { return false; }, 500); // in the middle of it
+        ASSERT_NE(terminal->m_ProgressDialog, nullptr);
+        if (!CutCable(pair.program))
+            GTEST_SKIP() << "this null modem cannot be cut";
+        EXPECT_TRUE(WaitUntil([&] { return terminal->m_PortNumber == 0; }, 2000));
+        EXPECT_TRUE(Ended(3000));
+        EXPECT_FALSE(folder.Exists("received\\large"));
+        EXPECT_FALSE(terminal->OpenPort(pair.number, 115200)) << "it is not back yet";
+        RestoreCable(pair.program);
+        EXPECT_TRUE(terminal->OpenPort(pair.number, 115200));
+        EXPECT_TRUE(WaitUntil([&] {
+            return terminal->Port->SendCommand("ver") || (terminal->Port->SendCommand("c"), false);
+        }));
+    }
+    HandOver(Packed({large}));
+    CutCable(pair.program);
     EXPECT_TRUE(Ended(5000));
-    EXPECT_EQ(Records(), SendError + ", " + ApiError);
-    EXPECT_EQ(terminal->m_PortNumber, 0);
-    RestoreCable(ReadComPair().program);
-    Command(CMD_PORT_1);
-    EXPECT_EQ(HandOver(Packed({File("two", "2")})), 1);
-    EXPECT_TRUE(Ended());
+    EXPECT_EQ(Records(), SendError);
+    RestoreCable(pair.program);
 }
 
 TEST_F(OperationTest, ListsOfAnyShapeAndLength) {

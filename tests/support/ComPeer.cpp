@@ -17,11 +17,11 @@ ComPair ReadComPair() {
     return ends;
 }
 
-std::vector<ComPair> AllComPairs() {
+std::vector<ComPair> AllComPairs(int most) {
     std::vector<ComPair> pairs = {ReadComPair()};
     if (!std::getenv("ZO_RIG_DIR"))
         return pairs;
-    for (int number = 2; number <= 4; ++number)
+    for (int number = 2; number <= most; ++number)
         pairs.push_back(
             {"COM" + std::to_string(number), "COM" + std::to_string(number + 100), number});
     return pairs;

@@ -18,8 +18,8 @@ struct ComPair {
 
 ComPair ReadComPair();
 
-// Every pair that tests may use at the same time: four where the rig is, else the one.
-std::vector<ComPair> AllComPairs();
+// Pairs that a test may use at the same time: the first `most` where the rig is, else the one.
+std::vector<ComPair> AllComPairs(int most = 3);
 
 class ComPeer {
 public:

@@ -5,6 +5,10 @@
 #include "tests/support/Rig.h"
 #include "tests/support/Terminal.h"
 
+#include <dbt.h>
+
+#include <algorithm>
+
 #include <initializer_list>
 
 namespace {
@@ -144,4 +148,22 @@ TEST_F(ConnectionTest, PulledCableShowsTheDisconnectedState) {
     // A notice that the lost port left behind must not close the new one.
     SendMessageA(terminal->m_hWnd, LinkMessage, NotifyLost, 0);
     EXPECT_EQ(terminal->m_PortNumber, pair.number);
+}
+
+TEST_F(ConnectionTest, RemovedDeviceIsNoticedByItsName) {
+    StartConnected();
+    const auto removed = [&](const std::string& name) {
+        std::string record(sizeof(DEV_BROADCAST_PORT_A) + name.size(), '\0');
+        auto* port = reinterpret_cast<DEV_BROADCAST_PORT_A*>(record.data());
+        port->dbcp_size = static_cast<DWORD>(record.size());
+        port->dbcp_devicetype = DBT_DEVTYP_PORT;
+        std::copy(name.begin(), name.end(), port->dbcp_name);
+        SendMessageA(terminal->m_hWnd, WM_DEVICECHANGE, DBT_DEVICEREMOVECOMPLETE,
+                     reinterpret_cast<LPARAM>(port));
+        return terminal->m_PortNumber == 0;
+    };
+    SendMessageA(terminal->m_hWnd, WM_DEVICECHANGE, DBT_DEVNODES_CHANGED, 0);
+    EXPECT_FALSE(removed("COM77"));
+    EXPECT_FALSE(removed(ReadComPair().program + "0"));
+    EXPECT_TRUE(removed(ReadComPair().program));
 }
