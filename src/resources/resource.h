@@ -6,6 +6,7 @@
 #define IDI_ZOCONSOLE        13
 #define IDR_MENU             101
 #define IDD_ABOUT            104
+#define IDD_OPTIONS          107
 #define IDD_OPEN_PORT        108
 #define IDD_SUMMARY          109
 #define IDI_OPTION_ON        110
@@ -45,9 +46,22 @@
 #define IDC_NEW_NAME      1016
 #define IDC_SUMMARY_LIST  1017
 
+// Controls of the Options dialog.
+#define IDC_SOUND_FILE       1006
+#define IDC_SOUND_BROWSE     1007
+#define IDC_SOUND_LIST       1008
+#define IDC_IMAGE_BLOCK_SIZE 1009
+#define IDC_LOG_FILE         1010
+#define IDC_LOG_BROWSE       1011
+#define IDC_DISPLAY_SUMMARY  1013
+#define IDC_ASK_NAME         1014
+#define IDC_USE_LOG          1015
+#define IDC_SHOW_PROGRESS    1016
+
 #define CMD_MACRO_FIRST    2000
-#define CMD_MACRO_LAST     2009
-#define CMD_REBOOT         2010
+#define CMD_MACRO_TENTH    2009
+#define CMD_REBOOT         2010 // the accelerator's; of the menu, the eleventh macro's
+#define CMD_MACRO_LAST     2999
 #define CMD_EXIT           40001
 #define CMD_FONT           40002
 #define CMD_SEND_FILES     40003

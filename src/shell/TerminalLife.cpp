@@ -78,16 +78,6 @@ bool CreateTerminalWindow(ZoTerm& terminal) {
                            nullptr, nullptr, ProgramModule, &terminal) != nullptr;
 }
 
-// The log is appended to; without one the terminal runs all the same.
-void OpenLog(ZoTerm& terminal) {
-    const HANDLE log = CreateFileA(terminal.m_LogFile, GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                   OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (log == INVALID_HANDLE_VALUE)
-        return;
-    SetFilePointer(log, 0, nullptr, FILE_END);
-    terminal.m_LogHandle = log;
-}
-
 // Frees a terminal without a window. A window that was destroyed has freed its share already.
 void Discard(ZoTerm* terminal) {
     DestroyComPort(terminal->Port);
@@ -95,8 +85,7 @@ void Discard(ZoTerm* terminal) {
          {terminal->m_FileList, terminal->m_Results, terminal->m_DeviceNames, terminal->m_PaneText})
         std::free(buffer);
     ResizeMusicSupport(*terminal, 0);
-    if (terminal->m_LogHandle)
-        CloseHandle(terminal->m_LogHandle);
+    terminal->CloseLog();
     delete terminal;
 }
 
@@ -124,7 +113,8 @@ ZoTerm* CreateTerminal(HWND dispatcher, std::uint16_t slot) {
     }
     terminal->SelectDevice(terminal->m_DeviceName);
     terminal->OpenPort(terminal->m_PortNumber, terminal->m_BaudRate);
-    OpenLog(*terminal);
+    terminal->BuildMacrosMenu();
+    terminal->OpenLog();
     return terminal;
 }
 

@@ -7,6 +7,7 @@
 #include "fileops/SummaryDialog.h"
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
+#include "settings/OptionsDialog.h"
 #include "terminal/DispatcherRequest.h"
 #include "terminal/ZoTerm.h"
 
@@ -26,21 +27,21 @@ struct Command {
 };
 
 constexpr Command Commands[] = {
-    {CMD_MACRO_FIRST, CMD_MACRO_LAST, nullptr, After::Nothing},
     {CMD_REBOOT, CMD_REBOOT, &ZoTerm::Reboot, After::Nothing},
+    {CMD_MACRO_FIRST, CMD_MACRO_LAST, &ZoTerm::RunMenuMacro, After::Nothing},
     {CMD_EXIT, CMD_EXIT, &ZoTerm::Exit, After::Nothing},
-    {CMD_FONT, CMD_FONT, nullptr, After::Nothing},
+    {CMD_FONT, CMD_FONT, &ZoTerm::ChooseFont, After::Focus},
     {CMD_SEND_FILES, CMD_SEND_FILES, &ZoTerm::SendFiles, After::Focus},
     {CMD_BOOT_FILE, CMD_BOOT_FILE, &ZoTerm::BootFile, After::Focus},
     {CMD_BAUD_2400, CMD_BAUD_115200, &ZoTerm::SelectMenuBaudRate, After::Nothing},
     {CMD_PORT_1, CMD_PORT_NONE, &ZoTerm::OpenMenuPort, After::Nothing},
     {CMD_CLEAR, CMD_CLEAR, &ZoTerm::ClearOutput, After::Nothing},
     {CMD_NEW_WINDOW, CMD_NEW_WINDOW, &ZoTerm::NewWindow, After::Focus},
-    {CMD_LOAD_MACROS, CMD_LOAD_MACROS, nullptr, After::Nothing},
+    {CMD_LOAD_MACROS, CMD_LOAD_MACROS, &ZoTerm::LoadMacros, After::Nothing},
     {CMD_SEND_IMAGE, CMD_SEND_IMAGE, &ZoTerm::SendImage, After::Focus},
     {CMD_CONTENTS, CMD_CONTENTS, nullptr, After::Nothing},
     {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout, After::Nothing},
-    {CMD_OPTIONS, CMD_OPTIONS, nullptr, After::Nothing},
+    {CMD_OPTIONS, CMD_OPTIONS, &ZoTerm::ShowOptions, After::Nothing},
     {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort, After::Nothing},
     {CMD_FOCUS, CMD_FOCUS, nullptr, After::Focus},
     {CMD_SUMMARY, CMD_SUMMARY, &ZoTerm::ShowSummary, After::Nothing},
@@ -50,11 +51,18 @@ constexpr Command Commands[] = {
     {CMD_ARRANGE, CMD_ARRANGE, nullptr, After::Focus},
 };
 
+constexpr WORD FromAccelerator = 1; // in the place of a control's notification
+
 } // namespace
 
 LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
     if (command == IDC_COMMAND)
         return notification == EnterPressed ? SendTypedLine() : 0;
+    if (command == CMD_REBOOT && notification != FromAccelerator &&
+        MacroName(CMD_REBOOT - CMD_MACRO_FIRST)) {
+        RunMenuMacro(command); // that of the menu, not the key's
+        return 0;
+    }
     for (const Command& entry : Commands) {
         if (command < entry.first || command > entry.last)
             continue;
@@ -69,6 +77,15 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
 
 void ZoTerm::Reboot(WORD) {
     SendCommandAloud("reboot");
+}
+
+void ZoTerm::RunMenuMacro(WORD command) {
+    RunMacro(command - CMD_MACRO_FIRST);
+}
+
+void ZoTerm::LoadMacros(WORD) {
+    if (ChooseMacrosFile())
+        BuildMacrosMenu();
 }
 
 void ZoTerm::Exit(WORD) {
@@ -116,6 +133,14 @@ void ZoTerm::ChooseDevice(WORD) {
 
 void ZoTerm::ShowSummary(WORD) {
     OpenSummaryDialog(*this);
+}
+
+void ZoTerm::ChooseFont(WORD) {
+    ChooseTextFont(m_hWnd);
+}
+
+void ZoTerm::ShowOptions(WORD) {
+    OpenOptionsDialog(*this);
 }
 
 void ZoTerm::ShowAbout(WORD) {

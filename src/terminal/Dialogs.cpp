@@ -1,5 +1,7 @@
 #include "terminal/Dialogs.h"
 
+#include <commctrl.h>
+
 ZoTerm& TerminalOfDialog(HWND dialog) {
     return *reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(dialog), GWLP_USERDATA));
 }
@@ -30,6 +32,19 @@ SIZE TextSize(HWND label) {
     SelectObject(context, before);
     ReleaseDC(label, context);
     return size;
+}
+
+// Makes a dialog wider at a place: what stands across it grows, what stands right of it moves.
+void InsertColumns(HWND dialog, LONG at, LONG width) {
+    for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        RECT rect = RectInDialog(dialog, child);
+        if (rect.left >= at)
+            OffsetRect(&rect, width, 0);
+        else if (rect.right > at)
+            rect.right += width;
+        MoveTo(child, rect);
+    }
+    Grow(dialog, width, 0);
 }
 
 } // namespace
@@ -63,6 +78,17 @@ void MakeRoomForText(HWND dialog, int label) {
     rect.right += missing;
     MoveTo(control, rect);
     Grow(dialog, missing, 0);
+}
+
+void MakeRoomForCheckBox(HWND dialog, int box) {
+    const HWND control = GetDlgItem(dialog, box);
+    const RECT rect = RectInDialog(dialog, control);
+    SIZE ideal = {};
+    SendMessageA(control, BCM_GETIDEALSIZE, 0, reinterpret_cast<LPARAM>(&ideal));
+    const LONG drawn = ideal.cx + ideal.cx / 32; // a theme may draw wider than is measured
+    const LONG missing = drawn - (rect.right - rect.left);
+    if (missing > 0)
+        InsertColumns(dialog, (rect.left + rect.right) / 2, missing);
 }
 
 void CenterOverTerminal(HWND dialog) {

@@ -15,9 +15,12 @@ void CenterOverTerminal(HWND dialog);
 // Places a window, its rectangle given in screen coordinates.
 void MoveTo(HWND window, const RECT& rect);
 
-// Fonts differ from system to system, and with them the size of a dialog's units. Both make room
+// Fonts differ from system to system, and with them the size of a dialog's units. These make room
 // in a dialog for what turned out larger than its template allows:
 // all that stands below a control, or would be covered by it, moves down, and the dialog grows;
 void MakeRoomBelow(HWND dialog, int control);
-// a label and the dialog grow to the width of the label's text.
+// a label and the dialog grow to the width of the label's text;
 void MakeRoomForText(HWND dialog, int label);
+// all that reaches across the middle of a check box grows by what its text needs, and the rest and
+// the dialog's edge move right.
+void MakeRoomForCheckBox(HWND dialog, int box);

@@ -3,10 +3,8 @@
 #include "base/Text.h"
 #include "fileops/Batch.h"
 #include "link/codec/PackedList.h"
+#include "terminal/FileDialog.h"
 #include "terminal/ZoTerm.h"
-
-#include <cderr.h>
-#include <commdlg.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,6 +16,7 @@ namespace {
 
 constexpr std::uint32_t EntryRoom = MAX_PATH;
 constexpr std::uint32_t SelectionRoom = 0x10000; // characters of a selection of several files
+constexpr DWORD OneName = MAX_PATH - 1;          // the list's own end follows
 constexpr char AllFiles[] = "All Files (*.*)\0*.*\0";
 constexpr char BootFiles[] = "Boot Files (*.boot)\0*.boot\0All Files (*.*)\0*.*\0";
 
@@ -27,40 +26,9 @@ Buffer MakeBuffer(std::size_t size) {
     return Buffer(new (std::nothrow) char[size]());
 }
 
-OPENFILENAMEA FileDialog(HWND owner, const char* title, const char* filter, char* file,
-                         DWORD room) {
-    OPENFILENAMEA dialog = {};
-    dialog.lStructSize = sizeof(dialog);
-    dialog.hwndOwner = owner;
-    dialog.lpstrTitle = title;
-    dialog.lpstrFilter = filter;
-    dialog.nFilterIndex = 1;
-    dialog.lpstrFile = file;
-    dialog.nMaxFile = room;
-    dialog.Flags = OFN_EXPLORER | OFN_NOCHANGEDIR;
-    return dialog;
-}
-
-// Runs a file dialog. A name that cannot be offered would keep it from opening at all.
-bool RunDialog(OPENFILENAMEA& dialog, BOOL(WINAPI* run)(OPENFILENAMEA*)) {
-    if (run(&dialog))
-        return true;
-    if (CommDlgExtendedError() != FNERR_INVALIDFILENAME)
-        return false;
-    dialog.lpstrFile[0] = '\0';
-    return run(&dialog) != FALSE;
-}
-
-// A dialog for one file. What it writes reaches the field only when the user has chosen, and the
-// field stays a list of one name.
-bool ChooseOne(OPENFILENAMEA dialog, BOOL(WINAPI* run)(OPENFILENAMEA*), char (&field)[MAX_PATH]) {
-    char path[MAX_PATH];
-    CopyText(path, field);
-    dialog.lpstrFile = path;
-    dialog.nMaxFile = MAX_PATH - 1; // the list's own end
-    const bool chosen = RunDialog(dialog, run);
-    if (chosen)
-        CopyText(field, path);
+// A dialog for one file. The field stays a list of one name.
+bool ChooseOne(const OPENFILENAMEA& dialog, FileDialogKind run, char (&field)[MAX_PATH]) {
+    const bool chosen = ChoosePath(dialog, run, field);
     EndAsList(field);
     return chosen;
 }
@@ -135,7 +103,7 @@ bool ZoTerm::ChooseSendFiles() {
     std::memcpy(chosen.get(), m_FileList, std::strlen(m_FileList) + 1);
     OPENFILENAMEA dialog = FileDialog(m_hWnd, "Send File(s)", AllFiles, chosen.get(), room - 1);
     dialog.Flags |= OFN_FILEMUSTEXIST | OFN_ALLOWMULTISELECT;
-    if (!RunDialog(dialog, &GetOpenFileNameA) || !TakesLists())
+    if (!RunFileDialog(dialog, &GetOpenFileNameA) || !TakesLists())
         return false;
 
     const char* const names = NextName(chosen.get());
@@ -147,25 +115,25 @@ bool ZoTerm::ChooseSendFiles() {
 }
 
 bool ZoTerm::ChooseBootFile() {
-    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Boot File", BootFiles, nullptr, 0);
+    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Boot File", BootFiles, nullptr, OneName);
     dialog.lpstrDefExt = "boot";
     dialog.Flags |= OFN_FILEMUSTEXIST;
     return ChooseOne(dialog, &GetOpenFileNameA, m_BootFile) && TakesLists();
 }
 
 bool ZoTerm::ChooseImageFile() {
-    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Image File", AllFiles, nullptr, 0);
+    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Image File", AllFiles, nullptr, OneName);
     dialog.Flags |= OFN_FILEMUSTEXIST;
     return ChooseOne(dialog, &GetOpenFileNameA, m_ImageFile) && TakesLists();
 }
 
 bool ZoTerm::ChooseReceiveFile() {
-    const OPENFILENAMEA dialog = FileDialog(m_hWnd, "Receive File", AllFiles, nullptr, 0);
+    const OPENFILENAMEA dialog = FileDialog(m_hWnd, "Receive File", AllFiles, nullptr, OneName);
     return ChooseOne(dialog, &GetSaveFileNameA, m_ReceiveFile) && TakesLists();
 }
 
 bool ZoTerm::TakeDroppedFiles(HDROP drop) {
-    const UINT count = DragQueryFileA(drop, 0xFFFFFFFF, nullptr, 0);
+    const UINT count = DragQueryFileA(drop, 0xFFFFFFFF, nullptr, OneName);
     std::size_t size = 1;
     for (UINT i = 0; i < count; ++i)
         size += DragQueryFileA(drop, i, nullptr, 0) + 1;

@@ -64,12 +64,6 @@ void ZoTerm::ShowPortOutput() {
     RestartGaugeTimer();
 }
 
-void ZoTerm::WriteLog(const char* bytes, std::uint32_t count) {
-    DWORD written = 0;
-    if (m_LogHandle && m_UseLogFile && count > 0)
-        WriteFile(m_LogHandle, bytes, count, &written, nullptr);
-}
-
 // The pane is a text control and cannot hold NULs; what does not fit into it is not shown.
 void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
     for (std::uint32_t i = 0; i < count && m_PaneTextCount < PaneLimit; ++i)

@@ -74,6 +74,7 @@ UINT DevicePosition(const char* name) {
 bool ZoTerm::OpenPort(std::int32_t number, std::uint32_t baud) {
     char path[32];
     FormatText(path, "\\\\.\\COM%d", static_cast<int>(number));
+    ForgetMacroLines(); // they were for the device that goes
     Port->Close();
     const bool connected = number > 0 && Port->Open(path, baud, InputBufferSize);
     if (connected)

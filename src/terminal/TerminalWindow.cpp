@@ -105,6 +105,8 @@ LRESULT ZoTerm::OnTimer(WPARAM timer) {
         return OnGaugeTimer();
     if (timer == PaneTimerId)
         FlushPaneText();
+    if (timer == MacroTimerId)
+        SendMacroLine();
     return 0;
 }
 

@@ -5,3 +5,4 @@
 // The terminal window's timers.
 constexpr UINT_PTR GaugeTimerId = 1;
 constexpr UINT_PTR PaneTimerId = 2;
+constexpr UINT_PTR MacroTimerId = 3;

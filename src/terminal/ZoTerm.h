@@ -29,6 +29,8 @@ public:
     static constexpr std::uint32_t HistoryLines = 10; // lines the command box remembers
     static constexpr std::size_t LineRoom = 256;      // a typed line and its NUL
     static constexpr WORD EnterPressed = 13;          // the command box's notification code
+    static constexpr std::size_t MacroRoom = 4096;    // bytes of the macros' names, or one's lines
+    static constexpr std::size_t ConvertedFileRoom = 1000;
 
     // Settings (settings/SettingsStore.cpp). Missing and unusable values are replaced by their
     // defaults, in memory and in the registry. Failures are silent.
@@ -50,6 +52,10 @@ public:
     // Commands (Commands.cpp). Answers what the window procedure answers.
     LRESULT OnCommand(WORD command, WORD notification);
     void Reboot(WORD command);
+    void RunMenuMacro(WORD command);
+    void LoadMacros(WORD command);
+    void ChooseFont(WORD command);
+    void ShowOptions(WORD command);
     void Exit(WORD command);
     void SelectMenuBaudRate(WORD command);
     void OpenMenuPort(WORD command);
@@ -126,12 +132,35 @@ public:
     bool CreateOutputPane();
     void SubclassOutput();
     void ShowPortOutput(); // moves what the link received into pane, log and counter
-    void WriteLog(const char* bytes, std::uint32_t count);
     void QueuePaneText(const char* bytes, std::uint32_t count);
     void FlushPaneText();
     void EmptyOutputPane();
     void RestartGaugeTimer();
     LRESULT OnGaugeTimer();
+
+    // Output log (OutputLog.cpp). One that cannot be opened leaves the terminal without.
+    void OpenLog();
+    void WriteLog(const char* bytes, std::uint32_t count);
+    void CloseLog();
+
+    // Font (TextFont.cpp).
+    void ChooseTextFont(HWND owner);
+    void TakeTextFont(COLORREF color); // that of m_Font
+
+    // Macros (Macros.cpp). A macro's lines go out one by one, while the window lives on.
+    bool ChooseMacrosFile(); // into m_MacrosFile; true when the user has chosen
+    bool BuildMacrosMenu();  // anew from m_MacrosFile; false without such a file
+    const char* MacroName(unsigned index) const; // null when the menu has no such item
+    void RunMacro(unsigned index);
+    void QueueMacroLines(const char* lines);
+    void SendMacroLine();
+    void ForgetMacroLines();
+
+    // Converts a file whose extension is registered (settings/MusicSupport.cpp). True when it is:
+    // then `output` is a list of the file that the converter should have written, which may be
+    // missing when it failed, and m_MusicSupportCurrentExtention is its row. Returns when the
+    // converter has ended.
+    bool ConvertFile(const char* source, char (&output)[ConvertedFileRoom]);
 
     HWND m_hWnd;
     HWND m_hOutput;
@@ -218,4 +247,8 @@ public:
     std::uint32_t m_PaneTextCount = 0;
     std::uint64_t m_PaneAppendedAt = 0; // GetTickCount64 of the last append
     bool m_PaneTimerRuns = false;
+
+    char m_MacroNames[MacroRoom] = {};     // what the items of the Macros menu stand for, a list
+    char m_MacroQueue[2 * MacroRoom] = {}; // lines of macros that are still to be sent, a list
+    char ConvertedFile[ConvertedFileRoom] = {};
 };

@@ -1,0 +1,268 @@
+#include "settings/OptionsDialog.h"
+
+#include "base/Owned.h"
+#include "base/Text.h"
+#include "link/codec/BlockFrame.h"
+#include "resources/resource.h"
+#include "terminal/Dialogs.h"
+#include "terminal/FileDialog.h"
+#include "terminal/Module.h"
+#include "terminal/ZoTerm.h"
+
+#include <initializer_list>
+#include <iterator>
+#include <new>
+
+namespace {
+
+struct Sound {
+    const char* text;
+    char (ZoTerm::*path)[MAX_PATH];
+};
+
+constexpr Sound Sounds[] = {
+    {"Play WAV on command", &ZoTerm::m_CmdWav},
+    {"Play WAV on command failure", &ZoTerm::m_CmdErrWav},
+    {"Play WAV on send complete", &ZoTerm::m_CompleteWav},
+    {"Play WAV during send", &ZoTerm::m_SendMid},
+};
+
+struct Switch {
+    int control;
+    std::uint32_t ZoTerm::*on;
+};
+
+constexpr Switch Switches[] = {
+    {IDC_DISPLAY_SUMMARY, &ZoTerm::m_DisplaySummary},
+    {IDC_ASK_NAME, &ZoTerm::m_AskBeforeSendWrongFile},
+    {IDC_USE_LOG, &ZoTerm::m_UseLogFile},
+    {IDC_SHOW_PROGRESS, &ZoTerm::m_ShowProgress},
+};
+
+constexpr char WaveFiles[] = "Wav Files (*.wav)\0*.wav\0All Files (*.*)\0*.*\0";
+constexpr char LogFiles[] = "Log Files (*.log)\0*.log\0All Files (*.*)\0*.*\0";
+
+enum SoundImage { SilentImage, SoundingImage };
+
+constexpr int NoRow = -1;
+
+// What a dialog holds until OK.
+struct Options {
+    char sounds[std::size(Sounds)][MAX_PATH];
+    int row = NoRow; // the selected one, whose path is in the edit field
+};
+
+Options* OptionsOf(HWND dialog) {
+    return reinterpret_cast<Options*>(GetWindowLongPtrA(dialog, DWLP_USER));
+}
+
+void EnableControl(HWND dialog, int control, bool enable) {
+    EnableWindow(GetDlgItem(dialog, control), enable);
+}
+
+void ShowRowImage(HWND list, int row, bool sounds) {
+    LVITEMA item = {};
+    item.mask = LVIF_IMAGE;
+    item.iItem = row;
+    item.iImage = sounds ? SoundingImage : SilentImage;
+    SendMessageA(list, LVM_SETITEMA, 0, reinterpret_cast<LPARAM>(&item));
+    SendMessageA(list, LVM_UPDATE, static_cast<WPARAM>(row), 0);
+}
+
+// The list owns its images and frees them.
+void GiveImages(HWND list) {
+    const int width = GetSystemMetrics(SM_CXSMICON);
+    const int height = GetSystemMetrics(SM_CYSMICON);
+    const HIMAGELIST images = ImageList_Create(width, height, ILC_COLOR32 | ILC_MASK, 2, 1);
+    for (const int icon : {IDI_OPTION_OFF, IDI_OPTION_ON}) { // SilentImage, SoundingImage
+        const HANDLE handle = LoadImageA(ProgramModule, MAKEINTRESOURCEA(icon), IMAGE_ICON, width,
+                                         height, LR_DEFAULTCOLOR);
+        const Owned<HICON, &DestroyIcon> image(static_cast<HICON>(handle));
+        ImageList_AddIcon(images, image.get());
+    }
+    SendMessageA(list, LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(images));
+}
+
+void FillSoundList(HWND list, const Options& options) {
+    GiveImages(list);
+    RECT client = {};
+    GetClientRect(list, &client);
+    char nothing[] = "";
+    LVCOLUMNA column = {};
+    column.mask = LVCF_TEXT | LVCF_WIDTH;
+    column.pszText = nothing;
+    column.cx = client.right;
+    SendMessageA(list, LVM_INSERTCOLUMNA, 0, reinterpret_cast<LPARAM>(&column));
+    for (std::size_t row = 0; row < std::size(Sounds); ++row) {
+        char text[64];
+        CopyText(text, Sounds[row].text);
+        LVITEMA item = {};
+        item.mask = LVIF_TEXT | LVIF_IMAGE;
+        item.iItem = static_cast<int>(row);
+        item.pszText = text;
+        item.iImage = options.sounds[row][0] ? SoundingImage : SilentImage;
+        SendMessageA(list, LVM_INSERTITEMA, 0, reinterpret_cast<LPARAM>(&item));
+    }
+}
+
+void EnableLogFile(HWND dialog) {
+    const bool used = IsDlgButtonChecked(dialog, IDC_USE_LOG) == BST_CHECKED;
+    EnableControl(dialog, IDC_LOG_FILE, used);
+    EnableControl(dialog, IDC_LOG_BROWSE, used);
+}
+
+void ShowSettings(HWND dialog, const ZoTerm& terminal) {
+    for (const int edit : {IDC_SOUND_FILE, IDC_LOG_FILE}) // nothing is cut behind the user's back
+        SendDlgItemMessageA(dialog, edit, EM_LIMITTEXT, MAX_PATH - 1, 0);
+    SetDlgItemInt(dialog, IDC_IMAGE_BLOCK_SIZE, terminal.m_ImageBlockSize, FALSE);
+    for (const Switch& option : Switches)
+        CheckDlgButton(dialog, option.control, terminal.*option.on ? BST_CHECKED : BST_UNCHECKED);
+    SetDlgItemTextA(dialog, IDC_LOG_FILE, terminal.m_LogFile);
+    EnableLogFile(dialog);
+}
+
+INT_PTR OnInitDialog(HWND dialog) {
+    const ZoTerm& terminal = TerminalOfDialog(dialog);
+    auto* options = new (std::nothrow) Options;
+    if (!options) {
+        DestroyWindow(dialog);
+        return FALSE;
+    }
+    for (std::size_t row = 0; row < std::size(Sounds); ++row)
+        CopyText(options->sounds[row], terminal.*Sounds[row].path);
+    SetWindowLongPtrA(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(options));
+    MakeRoomForCheckBox(dialog, IDC_ASK_NAME);
+    CenterOverTerminal(dialog);
+    const HWND list = GetDlgItem(dialog, IDC_SOUND_LIST);
+    FillSoundList(list, *options);
+    SetFocus(list);
+    ShowSettings(dialog, terminal);
+    return FALSE; // the focus is where it belongs
+}
+
+INT_PTR OnDestroy(HWND dialog) {
+    delete OptionsOf(dialog);
+    SetWindowLongPtrA(dialog, DWLP_USER, 0);
+    return TRUE;
+}
+
+void KeepTypedSound(HWND dialog, Options& options) {
+    if (options.row != NoRow)
+        GetDlgItemTextA(dialog, IDC_SOUND_FILE, options.sounds[options.row], MAX_PATH);
+}
+
+void SelectRow(HWND dialog, Options& options, int row) {
+    KeepTypedSound(dialog, options);
+    options.row = row;
+    EnableControl(dialog, IDC_SOUND_FILE, row != NoRow);
+    EnableControl(dialog, IDC_SOUND_BROWSE, row != NoRow);
+    if (row != NoRow)
+        SetDlgItemTextA(dialog, IDC_SOUND_FILE, options.sounds[row]);
+}
+
+// Right for either order in which the list may tell that one row lost the selection and another
+// got it.
+INT_PTR OnSoundChanged(HWND dialog, const NMLISTVIEW& change) {
+    Options* const options = OptionsOf(dialog);
+    if (!options || change.hdr.code != LVN_ITEMCHANGED || change.iItem < 0 ||
+        change.iItem >= static_cast<int>(std::size(Sounds)))
+        return FALSE;
+    const bool was = (change.uOldState & LVIS_SELECTED) != 0;
+    const bool is = (change.uNewState & LVIS_SELECTED) != 0;
+    if (is && !was)
+        SelectRow(dialog, *options, change.iItem);
+    else if (was && !is && options->row == change.iItem)
+        SelectRow(dialog, *options, NoRow);
+    return TRUE;
+}
+
+INT_PTR OnSoundTyped(HWND dialog) {
+    const Options* const options = OptionsOf(dialog);
+    if (options && options->row != NoRow)
+        ShowRowImage(GetDlgItem(dialog, IDC_SOUND_LIST), options->row,
+                     GetWindowTextLengthA(GetDlgItem(dialog, IDC_SOUND_FILE)) > 0);
+    return TRUE;
+}
+
+// Lets the user choose a file for an edit field. The terminal stays as long as that takes: with it
+// this dialog would go.
+INT_PTR Browse(HWND dialog, int edit, const OPENFILENAMEA& settings) {
+    const HWND terminal = GetParent(dialog);
+    char path[MAX_PATH];
+    GetDlgItemTextA(dialog, edit, path, MAX_PATH);
+    const bool wasHeld = EnableWindow(terminal, FALSE) != 0;
+    const bool chosen = ChoosePath(settings, &GetOpenFileNameA, path);
+    if (!wasHeld)
+        EnableWindow(terminal, TRUE);
+    if (chosen)
+        SetDlgItemTextA(dialog, edit, path);
+    return TRUE;
+}
+
+INT_PTR BrowseSound(HWND dialog) {
+    OPENFILENAMEA settings = FileDialog(dialog, "Open Wav File", WaveFiles, nullptr, MAX_PATH);
+    settings.lpstrDefExt = "wav";
+    settings.Flags |= OFN_FILEMUSTEXIST;
+    return Browse(dialog, IDC_SOUND_FILE, settings);
+}
+
+INT_PTR BrowseLog(HWND dialog) {
+    OPENFILENAMEA settings = FileDialog(dialog, "Open Log File", LogFiles, nullptr, MAX_PATH);
+    settings.lpstrDefExt = "log";
+    return Browse(dialog, IDC_LOG_FILE, settings);
+}
+
+// A size that no image can be sent with leaves the old one.
+void TakeImageBlockSize(HWND dialog, ZoTerm& terminal) {
+    BOOL isNumber = FALSE;
+    const UINT size = GetDlgItemInt(dialog, IDC_IMAGE_BLOCK_SIZE, &isNumber, FALSE);
+    if (isNumber && size >= 1 && size <= LargestBlockSize)
+        terminal.m_ImageBlockSize = size;
+}
+
+INT_PTR TakeOptions(HWND dialog) {
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    Options& options = *OptionsOf(dialog);
+    KeepTypedSound(dialog, options);
+    for (std::size_t row = 0; row < std::size(Sounds); ++row)
+        CopyText(terminal.*Sounds[row].path, options.sounds[row]);
+    GetDlgItemTextA(dialog, IDC_LOG_FILE, terminal.m_LogFile, MAX_PATH);
+    TakeImageBlockSize(dialog, terminal);
+    for (const Switch& option : Switches)
+        terminal.*option.on = IsDlgButtonChecked(dialog, option.control) == BST_CHECKED;
+    terminal.OpenLog();
+    DestroyWindow(dialog);
+    return TRUE;
+}
+
+INT_PTR OnCommand(HWND dialog, WORD control, WORD notification) {
+    switch (control) {
+    case IDOK: return TakeOptions(dialog);
+    case IDCANCEL: return DestroyWindow(dialog);
+    case IDC_SOUND_FILE: return notification == EN_CHANGE ? OnSoundTyped(dialog) : FALSE;
+    case IDC_SOUND_BROWSE: return BrowseSound(dialog);
+    case IDC_LOG_BROWSE: return BrowseLog(dialog);
+    case IDC_USE_LOG: EnableLogFile(dialog); return TRUE;
+    }
+    return FALSE;
+}
+
+INT_PTR CALLBACK OptionsDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+    case WM_INITDIALOG: return OnInitDialog(dialog);
+    case WM_COMMAND: return OnCommand(dialog, LOWORD(wParam), HIWORD(wParam));
+    case WM_NOTIFY:
+        return wParam == IDC_SOUND_LIST
+                   ? OnSoundChanged(dialog, *reinterpret_cast<const NMLISTVIEW*>(lParam))
+                   : FALSE;
+    case WM_DESTROY: return OnDestroy(dialog);
+    }
+    return FALSE;
+}
+
+} // namespace
+
+void OpenOptionsDialog(ZoTerm& terminal) {
+    CreateDialogParamA(ProgramModule, MAKEINTRESOURCEA(IDD_OPTIONS), terminal.m_hWnd,
+                       &OptionsDialog, 0);
+}

@@ -1,0 +1,154 @@
+// Macros: an ini file, each section of which is an item of the Macros menu. Choosing one sends the
+// section's lines to the device.
+
+#include "base/Text.h"
+#include "link/codec/PackedList.h"
+#include "resources/resource.h"
+#include "terminal/FileDialog.h"
+#include "terminal/Sounds.h"
+#include "terminal/Timers.h"
+#include "terminal/ZoTerm.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr char MacrosFiles[] = "Macros Files (*.txt)\0*.txt\0All Files (*.*)\0*.*\0";
+constexpr int MacrosMenu = 4;          // its place in the menu bar
+constexpr UINT Separator = 1;          // its place in the Macros menu, behind Load Macros
+constexpr unsigned KeyedItems = 10;    // items with a key, Alt+1 to Alt+9 and Alt+0
+constexpr std::size_t LabelRoom = 256; // characters of an item's label
+constexpr std::size_t KeyRoom = 8;     // of them for the key
+constexpr UINT LinePause = 10;         // ms between a macro's lines
+constexpr unsigned MostItems = CMD_MACRO_LAST - CMD_MACRO_FIRST + 1;
+
+// The file's full path, since the ini functions look for a bare name in the system's folder. False
+// when there is no such file.
+bool FindMacrosFile(const char* file, char (&path)[MAX_PATH]) {
+    const DWORD length = GetFullPathNameA(file, MAX_PATH, path, nullptr);
+    if (length == 0 || length >= MAX_PATH)
+        return false;
+    const DWORD attributes = GetFileAttributesA(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
+// The ini functions' lists end here, whatever they cut.
+template <std::size_t Size> void EndList(char (&list)[Size]) {
+    list[Size - 2] = list[Size - 1] = '\0';
+}
+
+// A section's name as a menu shows it: an ampersand is doubled, or it would underline what
+// follows; a tab would pass for the one before the key.
+void FormatLabel(char (&label)[LabelRoom], const char* name, unsigned item) {
+    char shown[LabelRoom - KeyRoom];
+    std::size_t length = 0;
+    for (; *name && length + 2 < sizeof(shown); ++name) {
+        if (*name == '&')
+            shown[length++] = '&';
+        shown[length++] = *name == '\t' ? ' ' : *name;
+    }
+    shown[length] = '\0';
+    if (item < KeyedItems)
+        FormatText(label, "%s\tAlt+%u", shown, (item + 1) % KeyedItems);
+    else
+        CopyText(label, shown);
+}
+
+// Forgets the items of an earlier file, and the separator before them.
+void RemoveItems(HMENU menu) {
+    for (UINT item = 0; item < MostItems; ++item)
+        if (!RemoveMenu(menu, CMD_MACRO_FIRST + item, MF_BYCOMMAND))
+            break;
+    RemoveMenu(menu, Separator, MF_BYPOSITION);
+}
+
+} // namespace
+
+bool ZoTerm::ChooseMacrosFile() {
+    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Load Macros", MacrosFiles, nullptr, MAX_PATH);
+    dialog.lpstrDefExt = "TXT";
+    dialog.Flags |= OFN_FILEMUSTEXIST;
+    return ChoosePath(dialog, &GetOpenFileNameA, m_MacrosFile);
+}
+
+bool ZoTerm::BuildMacrosMenu() {
+    const HMENU menu = GetSubMenu(GetMenu(m_hWnd), MacrosMenu);
+    RemoveItems(menu);
+    m_MacroNames[0] = '\0';
+    char path[MAX_PATH];
+    if (!FindMacrosFile(m_MacrosFile, path))
+        return false;
+    GetPrivateProfileSectionNamesA(m_MacroNames, sizeof(m_MacroNames), path);
+    EndList(m_MacroNames);
+
+    unsigned item = 0;
+    for (const char* name = m_MacroNames; *name && item < MostItems; name = NextName(name)) {
+        if (item == 0)
+            AppendMenuA(menu, MF_SEPARATOR, 0, nullptr);
+        char label[LabelRoom];
+        FormatLabel(label, name, item);
+        AppendMenuA(menu, MF_STRING, CMD_MACRO_FIRST + item, label);
+        ++item;
+    }
+    return true;
+}
+
+const char* ZoTerm::MacroName(unsigned index) const {
+    const char* name = m_MacroNames;
+    for (; *name && index > 0; --index)
+        name = NextName(name);
+    return *name ? name : nullptr;
+}
+
+// A section without lines stands for the line that is its name.
+void ZoTerm::RunMacro(unsigned index) {
+    const char* const name = MacroName(index);
+    char path[MAX_PATH];
+    if (!name || m_Busy || !FindMacrosFile(m_MacrosFile, path))
+        return;
+    char lines[MacroRoom] = {};
+    GetPrivateProfileSectionA(name, lines, sizeof(lines), path);
+    EndList(lines);
+    if (!lines[0]) {
+        CopyText(lines, name);
+        EndAsList(lines);
+    }
+    QueueMacroLines(lines);
+}
+
+// The first line goes out at once, the others by timer: each may wait seconds for its answer, and
+// between them the window shows what the device wrote and takes the user's commands.
+void ZoTerm::QueueMacroLines(const char* lines) {
+    const std::size_t waiting = CheckedListSize(m_MacroQueue, sizeof(m_MacroQueue)) - 1;
+    const std::size_t added = CheckedListSize(lines, MacroRoom);
+    if (waiting + added > sizeof(m_MacroQueue)) {
+        PlayWav(m_CmdErrWav);
+        return;
+    }
+    std::memcpy(m_MacroQueue + waiting, lines, added);
+    if (waiting == 0)
+        SendMacroLine();
+}
+
+// A file operation has the line for itself; what waits goes out when it has ended. A character
+// that became a line end on its way through the code pages must not end the command line early.
+void ZoTerm::SendMacroLine() {
+    if (m_Busy)
+        return;
+    if (std::strpbrk(m_MacroQueue, "\r\n"))
+        PlayWav(m_CmdErrWav);
+    else
+        SendCommandAloud(m_MacroQueue);
+    const char* const rest = NextName(m_MacroQueue);
+    std::memmove(m_MacroQueue, rest,
+                 sizeof(m_MacroQueue) - static_cast<std::size_t>(rest - m_MacroQueue));
+    if (*m_MacroQueue)
+        SetTimer(m_hWnd, MacroTimerId, LinePause, nullptr);
+    else
+        KillTimer(m_hWnd, MacroTimerId);
+}
+
+void ZoTerm::ForgetMacroLines() {
+    KillTimer(m_hWnd, MacroTimerId);
+    m_MacroQueue[0] = '\0';
+}
