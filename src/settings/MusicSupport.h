@@ -7,9 +7,18 @@
 
 class ZoTerm;
 
+// The number of rows comes from the registry and from an ini file, and may be any there; nobody
+// has this many converters.
+constexpr std::int32_t MostMusicRows = 1000;
+
 // Frees the table and makes one of `rows` empty rows. False, with an empty table, when memory is
 // exhausted.
 bool ResizeMusicSupport(ZoTerm& terminal, std::int32_t rows);
+
+// Adds what the section "Music Support" of an ini file tells: rows of new extensions behind the
+// table, rows of known ones over theirs. Without a file that switches music support on or off
+// nothing changes. `path` is a full path.
+void MergeMusicSupportIni(ZoTerm& terminal, const char* path);
 
 // Replaces an entry of a text column by a copy. Without memory the entry stays as it was.
 void SetMusicText(char*& entry, const char* text);

@@ -14,8 +14,6 @@
 namespace {
 
 constexpr DWORD MusicTextRoom = 10000; // bytes of a music-support text, with its NUL
-// The number of rows comes from the registry and may be any; nobody has this many converters.
-constexpr std::int32_t MostMusicRows = 1000;
 
 using OwnedKey = Owned<HKEY, &RegCloseKey>;
 
@@ -136,6 +134,15 @@ void ReadMusicRows(ZoTerm& terminal, HKEY key) {
         ReadMusicRow(terminal, key, row, buffer.get());
 }
 
+// What an ini file in the current folder adds to the rows.
+void MergeIni(ZoTerm& terminal) {
+    char folder[1000];
+    char path[sizeof(folder) + sizeof("\\ZoConsole.ini")];
+    const DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
+    if (length > 0 && length < sizeof(folder) && FormatText(path, "%s\\ZoConsole.ini", folder))
+        MergeMusicSupportIni(terminal, path);
+}
+
 void WriteMusicRows(ZoTerm& terminal, HKEY key) {
     for (std::int32_t row = 0; row < terminal.m_MusicSupportExt; ++row) {
         const MusicRowNames names(row);
@@ -167,7 +174,11 @@ void ReadSetting(ZoTerm& terminal, HKEY key, const Setting& setting) {
                           setting.text);
         break;
     case SettingKind::ListHead: ReadListHead(terminal, key, setting); break;
-    case SettingKind::MusicRows: ReadMusicRows(terminal, key); break;
+    case SettingKind::MusicRows:
+        ReadMusicRows(terminal, key);
+        if (key)
+            MergeIni(terminal);
+        break;
     }
 }
 
