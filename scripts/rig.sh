@@ -8,6 +8,7 @@
 #                              "own": in any case
 #   rig_cable [--pace BPS] N   N null modems: COM1 to COM101, COM2 to COM102, ...
 #   rig_device COM1=/dev/...   a real serial device in place of a null modem
+#   rig_sound                  a sound server; what is played can be heard in $ZO_RIG_DIR/sound.raw
 #   rig_theming on|off         Wine's themes
 #   rig_wine PROGRAM [ARG...]  runs a Windows program and waits for it
 #   rig_start PROGRAM [ARG...] runs one in the background
@@ -192,6 +193,26 @@ rig_cable() {
   "$rig_tools/nullmodem" --dir "$ZO_RIG_DIR" "${options[@]}" "${pairs[@]}" >"$said" {rig_lock}>&- &
   rig_remember
   rig_until 20 grep -q ready "$said"
+}
+
+# A sound server without a loudspeaker, and a recorder of what it plays: 16-bit mono, 8000 samples
+# a second.
+rig_sound() {
+  local dir=$ZO_RIG_DIR/sound heard=$ZO_RIG_DIR/sound.raw
+  rm -rf "$dir"
+  mkdir -p "$dir"
+  : >"$heard"
+  export PULSE_SERVER=unix:$dir/server PULSE_COOKIE=$dir/cookie
+  PULSE_RUNTIME_PATH=$dir PULSE_STATE_PATH=$dir pulseaudio -n --daemonize=no --use-pid-file=no \
+    --exit-idle-time=-1 -L "module-null-sink sink_name=rig" \
+    -L "module-native-protocol-unix auth-anonymous=1 auth-cookie-enabled=0 socket=$dir/server" \
+    >/dev/null 2>&1 {rig_lock}>&- &
+  rig_remember
+  rig_until 20 pactl info
+  parec --device=rig.monitor --raw --format=s16le --rate=8000 --channels=1 --latency-msec=50 \
+    >"$heard" 2>/dev/null {rig_lock}>&- &
+  rig_remember
+  rig_until 20 test -s "$heard"
 }
 
 rig_device() {

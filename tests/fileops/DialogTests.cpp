@@ -56,17 +56,6 @@ protected:
     }
 };
 
-// Types a name into an open or save dialog of either layout and presses its button.
-ModalScript::Action Choose(const std::string& name) {
-    return [name](HWND dialog) {
-        constexpr int fields[] = {0x47C, 0x480}; // a combo box or an edit field
-        for (const int field : fields)
-            if (GetDlgItem(dialog, field))
-                SetDlgItemTextA(dialog, field, name.c_str());
-        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
-    };
-}
-
 } // namespace
 
 TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {

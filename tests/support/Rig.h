@@ -14,3 +14,18 @@ bool CutCable(const std::string& port);
 
 // Brings it back; returns when the port can be opened again.
 void RestoreCable(const std::string& port);
+
+// The sound that has been played since this was made, as it was heard.
+class Recording {
+public:
+    Recording();
+    bool Runs() const { return !m_File.empty(); } // false where nothing records
+
+    // True as soon as a tenth of a second was heard that is little else than a tone of `hertz`;
+    // false when none is within `limit` ms. Forgets what came before it.
+    bool Hears(double hertz, unsigned long limit = 5000);
+
+private:
+    std::string m_File;
+    std::size_t m_At = 0; // bytes of it that are done with
+};
