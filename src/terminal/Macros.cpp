@@ -38,14 +38,14 @@ template <std::size_t Size> void EndList(char (&list)[Size]) {
 }
 
 // A section's name as a menu shows it: an ampersand is doubled, or it would underline what
-// follows; a tab would pass for the one before the key.
+// follows; a tab, which would pass for the one before the key, becomes a space.
 void FormatLabel(char (&label)[LabelRoom], const char* name, unsigned item) {
     char shown[LabelRoom - KeyRoom];
     std::size_t length = 0;
     for (; *name && length + 2 < sizeof(shown); ++name) {
         if (*name == '&')
             shown[length++] = '&';
-        shown[length++] = *name == '\t' ? ' ' : *name;
+        shown[length++] = static_cast<unsigned char>(*name) < ' ' ? ' ' : *name;
     }
     shown[length] = '\0';
     if (item < KeyedItems)

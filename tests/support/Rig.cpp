@@ -86,7 +86,7 @@ bool Recording::Hears(double hertz, unsigned long limit) {
             file.seekg(static_cast<std::streamoff>(m_At));
             while (file.read(reinterpret_cast<char*>(samples), sizeof(samples))) {
                 m_At += sizeof(samples);
-                if (ShareOf(hertz, samples) > 0.8)
+                if (ShareOf(hertz, samples) > 0.7)
                     return true;
             }
             return false;

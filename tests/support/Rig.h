@@ -21,7 +21,7 @@ public:
     Recording();
     bool Runs() const { return !m_File.empty(); } // false where nothing records
 
-    // True as soon as a tenth of a second was heard that is little else than a tone of `hertz`;
+    // True as soon as a tenth of a second was heard that is mostly a tone of `hertz`;
     // false when none is within `limit` ms. Forgets what came before it.
     bool Hears(double hertz, unsigned long limit = 5000);
 
