@@ -7,9 +7,11 @@
 #include "fileops/Batch.h"
 #include "fileops/FileOperation.h"
 #include "fileops/SmallDialogs.h"
+#include "fileops/SummaryDialog.h"
 #include "link/codec/DeviceName.h"
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
+#include "settings/MusicSupport.h"
 #include "terminal/Dialogs.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
@@ -17,10 +19,12 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace {
 
 constexpr DWORD SettleTime = 500; // ms that the device gets between two files
+constexpr std::size_t CommandRoom = MusicTextRoom + ZoTerm::ConvertedFileRoom;
 
 // How a batch ends: its sound, the record of the file that it ended with, what follows.
 struct Ending {
@@ -61,15 +65,36 @@ void AppendDeviceName(ZoTerm& terminal) {
     terminal.m_CurrentDeviceName += size;
 }
 
+// What follows comes by a message, when nothing of the dialog is under way any more.
 void EndBatch(ZoTerm& terminal, const Ending& ending) {
-    const bool command = ending.musicCommand && terminal.m_ConvertedBatch;
     EndOperation(terminal, terminal.*ending.sound);
     if (ending.record != ResultEnd)
         AppendCode(terminal, ending.record);
     terminal.SetStatusText("");
-    terminal.m_MusicCommandWaits = command;
+    terminal.m_MusicCommandWaits = ending.musicCommand && terminal.m_ConvertedBatch;
     const bool summary = terminal.m_DisplaySummary && !terminal.m_ImageMode;
-    PostMessageA(terminal.m_hWnd, BatchEndedMessage, summary, 0);
+    PostMessageA(terminal.m_hWnd, BatchEndedMessage, summary, ending.musicCommand);
+}
+
+// A line for the system's debugger.
+ZO_PRINTF_LIKE(1, 2)
+void Trace(const char* format, ...) {
+    char line[CommandRoom + 100];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line, sizeof(line), format, arguments);
+    va_end(arguments);
+    OutputDebugStringA(line);
+}
+
+// A batch whose first file is to be converted consists of the converted file.
+void ConvertFirst(ZoTerm& terminal) {
+    terminal.m_ConvertedBatch = terminal.ConvertFile(terminal.m_FileList, terminal.ConvertedFile);
+    if (!terminal.m_ConvertedBatch)
+        return;
+    Trace("ZoTerm->ConvertFile(): %s\n", terminal.ConvertedFile);
+    Trace("ZoTerm->m_MusicSupportCurrentExtention: %s\n", terminal.ConvertedFile);
+    terminal.m_CurrentFile = terminal.ConvertedFile;
 }
 
 std::uint32_t FileSize(const char* path) {
@@ -91,7 +116,7 @@ std::uint32_t ListBytes(const char* list) {
         std::min<std::uint64_t>(total, std::numeric_limits<std::uint32_t>::max()));
 }
 
-// Puts the batch's list in front: the image alone, or the terminal's list.
+// Puts the batch's list in front: the image alone, a converted file alone, or the terminal's list.
 void ChooseList(ZoTerm& terminal, HWND dialog, bool image) {
     terminal.m_ImageMode = image;
     terminal.m_ConvertedBatch = false;
@@ -100,6 +125,8 @@ void ChooseList(ZoTerm& terminal, HWND dialog, bool image) {
         SetWindowTextA(dialog, "Sending Image File");
         EndAsList(terminal.m_ImageFile);
         terminal.m_CurrentFile = terminal.m_ImageFile;
+    } else {
+        ConvertFirst(terminal);
     }
     terminal.m_BatchBytesTotal = ListBytes(terminal.m_CurrentFile);
     terminal.m_BatchBytesDone = 0;
@@ -255,4 +282,22 @@ INT_PTR CALLBACK SendFilesDialog(HWND dialog, UINT message, WPARAM wParam, LPARA
 void OpenSendFilesDialog(ZoTerm& terminal, bool image) {
     CreateDialogParamA(ProgramModule, MAKEINTRESOURCEA(IDD_SEND), terminal.m_hWnd, &SendFilesDialog,
                        image);
+}
+
+void FinishBatch(ZoTerm& terminal, bool summary, bool complete) {
+    if (summary)
+        OpenSummaryDialog(terminal);
+    if (complete)
+        Trace("ZoTerm->m_MusicSupportCurrentExtention: %d\n",
+              static_cast<int>(terminal.m_MusicSupportCurrentExtention));
+    const std::int32_t row = terminal.m_MusicSupportCurrentExtention;
+    if (!std::exchange(terminal.m_MusicCommandWaits, false) || row < 0)
+        return;
+    char line[CommandRoom];
+    const bool fits = FormatText(line, "%s %s", MusicText(terminal.m_MusicSupportCommands[row]),
+                                 BaseName(terminal.ConvertedFile));
+    if (!fits || HasControlCharacter(line)) // a line end would make two commands of it
+        return;
+    Trace("ZoTerm->Port->SendCommand(): %s\n", line);
+    terminal.Port->SendCommand(line);
 }

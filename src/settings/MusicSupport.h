@@ -7,6 +7,8 @@
 
 class ZoTerm;
 
+constexpr std::uint32_t MusicTextRoom = 10000; // bytes of a text of the table, with its NUL
+
 // The number of rows comes from the registry and from an ini file, and may be any there; nobody
 // has this many converters.
 constexpr std::int32_t MostMusicRows = 1000;

@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr DWORD MusicTextRoom = 10000; // bytes of a music-support text, with its NUL
 
 using OwnedKey = Owned<HKEY, &RegCloseKey>;
 

@@ -172,10 +172,7 @@ LRESULT ZoTerm::OnDropFiles(HDROP drop) {
     return 0;
 }
 
-// Posted at a batch's end, so that nothing of its dialog is under way any more.
-LRESULT ZoTerm::OnBatchEnded(bool showSummary) {
-    if (showSummary)
-        OpenSummaryDialog(*this);
-    m_MusicCommandWaits = false;
+LRESULT ZoTerm::OnBatchEnded(bool summary, bool complete) {
+    FinishBatch(*this, summary, complete);
     return 0;
 }

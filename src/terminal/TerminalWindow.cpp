@@ -33,7 +33,7 @@ LRESULT TerminalWindowProc(ZoTerm* terminal, HWND window, UINT message, WPARAM w
     case WM_DEVICECHANGE: return terminal->OnDeviceChange(wParam, lParam);
     case WM_TIMER: return terminal->OnTimer(wParam);
     case LinkMessage: return terminal->OnLinkNotice(wParam, lParam);
-    case BatchEndedMessage: return terminal->OnBatchEnded(wParam != 0);
+    case BatchEndedMessage: return terminal->OnBatchEnded(wParam != 0, lParam != 0);
     case WM_COMMAND: return terminal->OnCommand(LOWORD(wParam), HIWORD(wParam));
     }
     return DefWindowProcA(window, message, wParam, lParam);

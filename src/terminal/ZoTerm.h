@@ -19,7 +19,7 @@ constexpr char ProductTitle[] = "Zorbel Console Terminal";
 constexpr char TerminalClassName[] = "cs_zoterm";
 constexpr std::uint32_t BatchBufferSize = 10000; // bytes of each file-operation buffer
 constexpr UINT LinkMessage = WM_APP;             // the link's notifications, NotifyKind in wParam
-constexpr UINT BatchEndedMessage = WM_APP + 1;   // a send batch has ended; wParam: show its summary
+constexpr UINT BatchEndedMessage = WM_APP + 1;   // see FinishBatch: wParam summary, lParam complete
 
 // Everything runs on the GUI thread. Window messages reach one named handler each; commands are
 // the rows of a table (Commands.cpp).
@@ -70,7 +70,7 @@ public:
     void ChooseDevice(WORD command);
     void ShowSummary(WORD command);
     void ShowAbout(WORD command);
-    LRESULT OnBatchEnded(bool showSummary);
+    LRESULT OnBatchEnded(bool summary, bool complete);
 
     // Start an operation with a list (Commands.cpp). True when it runs; false, with nothing
     // disturbed, while another one does. The list is checked; `list` may have any origin.

@@ -2,6 +2,7 @@
 
 #include "resources/resource.h"
 #include "tests/support/ComPeer.h"
+#include "tests/support/Files.h"
 #include "tests/support/Process.h"
 #include "tests/support/Terminal.h"
 
@@ -49,7 +50,10 @@ TEST(EndToEnd, TypedLinesReachTheDeviceAndItsTextThePane) {
     PlantNumber(key, "Port", static_cast<DWORD>(pair.number));
     PlantNumber(key, "BaudRate", 115200);
 
-    Process device("ZorbelSim.exe", "--port " + pair.device);
+    const TestFolder folder;
+    folder.Write("sent.txt", "sent by a second start");
+    Process device("ZorbelSim.exe",
+                   "--port " + pair.device + " --files \"" + folder.Path("device") + "\"");
     Process program("ZoConsole.exe", "");
     ASSERT_TRUE(WaitUntil([&] { return WindowsOf(program).size() == 1; }, 20000));
     const HWND window = WindowsOf(program)[0];
@@ -65,10 +69,16 @@ TEST(EndToEnd, TypedLinesReachTheDeviceAndItsTextThePane) {
     typedShows("ver", "ZoOS 1.0");
     typedShows("reboot", "Preparing to load ZoOS\r\n");
 
+    Process sender("ZoConsole.exe", "\"" + folder.Path("sent.txt") + "\"");
+    EXPECT_TRUE(sender.Ended(Patience));
+    EXPECT_EQ(sender.ExitCode(), 0U);
+    EXPECT_TRUE(WaitUntil(
+        [&] { return folder.Read("device\\default\\sent.txt") == "sent by a second start"; }));
+
     PressControl(window, 'n');
     ASSERT_TRUE(WaitUntil([&] { return WindowsOf(program).size() == 2; }));
     {
-        // No send dialog opens yet, so both windows refuse the list, and the start tells it.
+        // There is nothing to send in this list, and the start tells it.
         Process second("ZoConsole.exe", "\"some file.txt\"");
         EXPECT_TRUE(second.Ended(Patience));
         EXPECT_EQ(second.ExitCode(), 1U);

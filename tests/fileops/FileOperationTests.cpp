@@ -1,6 +1,7 @@
 // Whole operations: from the list to the last record, with the simulated device.
 
 #include "fileops/BootDialog.h"
+#include "settings/MusicSupport.h"
 #include "tests/fileops/OperationTest.h"
 #include "tests/support/GuiObjects.h"
 #include "tests/support/Rig.h"
@@ -204,6 +205,30 @@ TEST_F(OperationTest, DroppedFilesAreSent) {
     EXPECT_EQ(terminal->m_ProgressDialog, dialog);
     ASSERT_TRUE(Ended());
     EXPECT_EQ(Records(), "1 blocks 0 errors 1, 1 blocks 0 errors 2");
+}
+
+TEST_F(OperationTest, ConvertedFileIsSentAloneAndItsCommandFollows) {
+    StartWithDevice();
+    const std::string ini =
+        File("music.ini", "[Music Support]\nMusicSupport=1\nMusicSupportExt=1\n"
+                          "MusicSupportExt0=mid\nMusicSupportConverter0=cmd.exe /c copy\n"
+                          "MusicSupportNewExt0=mel\nMusicSupportCommand0=echo play\n");
+    MergeMusicSupportIni(*terminal, ini.c_str());
+    const std::string song = File("a folder\\song.MID", "music");
+    EXPECT_EQ(HandOver(Packed({song, File("other", "o")})), 1);
+    EXPECT_EQ(Item(IDC_FILE_LINE), "Sending " + folder.Path("a folder\\song.mel"));
+    ASSERT_TRUE(Ended());
+    EXPECT_EQ(Records(), "1 blocks 0 errors 5");
+    EXPECT_EQ(DeviceNames(), "song.mel");
+    EXPECT_EQ(Stored("default\\song.mel"), "music");
+    EXPECT_TRUE(WaitUntil([&] {
+        return TextOf(terminal->m_hOutput).find("play song.mel\r\n") != std::string::npos;
+    }));
+    // Only the first file counts; without an extension of the table nothing follows.
+    EXPECT_EQ(HandOver(Packed({File("other", "o"), song})), 1);
+    ASSERT_TRUE(Ended());
+    EXPECT_EQ(DeviceNames(), "other,song.MID");
+    EXPECT_EQ(terminal->m_MusicSupportCurrentExtention, -1);
 }
 
 TEST_F(OperationTest, ScreenImageHasNoNameCheckAndNoSummary) {
