@@ -342,5 +342,5 @@ TEST_F(OperationTest, OperationsLeaveNoObjectsBehind) {
     operate(200);
     const GuiObjects after = CountGuiObjects();
     EXPECT_LE(after.gdi, before.gdi + 4);
-    EXPECT_LE(after.user, before.user + 8);
+    EXPECT_LE(after.user, before.user + 60) << "in Wine other processes count, too";
 }

@@ -1,0 +1,49 @@
+# shellcheck shell=bash
+# Uses the program's windows as a person does: keyboard, pictures. To be sourced behind rig.sh.
+
+desk_title='Zorbel Console Terminal$'
+
+# Windows sees the files of this machine as drive Z.
+desk_path() { printf 'Z:%s' "$(realpath -m "$1" | tr / '\\')"; }
+
+# Waits for a window by its title; the terminal's without one.
+desk_await() { rig_until "${2:-30}" xdotool search --onlyvisible --name "${1:-$desk_title}"; }
+
+# Gives the terminal the keyboard.
+desk_focus() { xdotool search --sync --onlyvisible --name "$desk_title" windowfocus --sync; }
+
+# Types a line into the terminal and leaves a moment to look on.
+desk_line() {
+  desk_focus
+  xdotool type --delay 15 --args 1 "$1" key Return
+  sleep 1.5
+}
+
+# desk_menu LETTER...: a command of the terminal's menu, by its letters.
+desk_menu() {
+  local letter
+  desk_focus
+  xdotool key "alt+$1"
+  shift
+  for letter in "$@"; do
+    sleep 0.4
+    xdotool key "$letter"
+  done
+}
+
+# desk_choose TITLE PATH: answers a file dialog.
+desk_choose() {
+  desk_await "$1"
+  sleep 1
+  xdotool type --delay 10 "$2"
+  xdotool key Return
+}
+
+# desk_picture FILE [TITLE]: a window with its frame, or the whole screen.
+desk_picture() {
+  if [[ -z ${2:-} ]]; then
+    import -window root "$1"
+  else
+    import -frame -window "$(xdotool search --onlyvisible --name "$2" | tail -n 1)" "$1"
+  fi
+}
