@@ -29,6 +29,7 @@ if(WIN32)
   if(NOT MSVC)
     # One self-contained file: the runtime is linked in. Unused code goes, symbols go.
     target_compile_options(zo_flags INTERFACE -ffunction-sections -fdata-sections -fcf-protection)
+    target_compile_options(zo_flags INTERFACE $<$<CONFIG:Debug>:-gdwarf-4>) # what winedbg can read
     # The same sources give the same file: no time goes in.
     target_link_options(zo_flags INTERFACE
       -static -fstack-protector-strong -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat
