@@ -6,13 +6,25 @@
 
 namespace {
 
+// The sound library is loaded by hand, from the system's folder: a program's imports are looked
+// for beside the program first, where anybody may have put a file of that name.
+bool PlaySoundOfSystem(const char* path, DWORD flags) {
+    using PlaySoundProc = BOOL(WINAPI*)(LPCSTR, HMODULE, DWORD);
+    static const HMODULE library =
+        LoadLibraryExA("winmm.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    static const auto play = library ? reinterpret_cast<PlaySoundProc>(reinterpret_cast<void*>(
+                                           GetProcAddress(library, "PlaySoundA")))
+                                     : nullptr;
+    return play && play(path, nullptr, flags);
+}
+
 // Without a default sound for a missing file, and without waiting for a device that is busy.
 constexpr DWORD FromFile = SND_FILENAME | SND_ASYNC | SND_NODEFAULT | SND_NOWAIT;
 
 void Start(const char* path, DWORD flags) {
     StopSounds();
     if (path[0])
-        PlaySoundA(path, nullptr, flags);
+        PlaySoundOfSystem(path, flags);
 }
 
 } // namespace
@@ -26,5 +38,5 @@ void LoopWav(const char* path) {
 }
 
 void StopSounds() {
-    PlaySoundA(nullptr, nullptr, SND_PURGE);
+    PlaySoundOfSystem(nullptr, SND_PURGE);
 }
