@@ -2,7 +2,9 @@
 // figure: what it is, the figure, its bound. The argument tells whether the system draws with
 // themes, "on" or "off".
 
-#include "TextSource.h"
+#include "bench/Figures.h"
+#include "bench/Peer.h"
+#include "bench/Usage.h"
 #include "link/ComPort.h"
 #include "tests/support/ComPeer.h"
 #include "tests/support/Files.h"
@@ -13,17 +15,13 @@
 
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,82 +29,7 @@
 namespace {
 
 constexpr char Key[] = "Software\\Zorbel\\ZoConsole\\Instance0";
-constexpr double NoBound = -1;
 constexpr DWORD ProbePeriod = 500; // ms; every question costs the program time, too
-constexpr std::size_t StreamSize = 2U << 20;
-
-void Row(const std::string& what, double figure, const char* unit, double bound) {
-    const bool good = figure <= bound;
-    if (bound == NoBound)
-        std::printf("%-58s %10.2f %-8s\n", what.c_str(), figure, unit);
-    else
-        std::printf("%-58s %10.2f %-8s bound %8.2f %s\n", what.c_str(), figure, unit, bound,
-                    good ? "" : "MISSED");
-    std::fflush(stdout);
-}
-
-double Seconds() {
-    LARGE_INTEGER now;
-    LARGE_INTEGER frequency;
-    QueryPerformanceCounter(&now);
-    QueryPerformanceFrequency(&frequency);
-    return static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
-
-std::string Contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
-// Wine tells the times and the memory of no process but the caller's, so there the figures come
-// from the system below it: of the youngest process, since ended ones may linger. Empty on
-// Windows.
-std::string ProcFolder(const std::string& program) {
-    WIN32_FIND_DATAA entry;
-    const HANDLE search = FindFirstFileA("Z:\\proc\\*", &entry);
-    if (search == INVALID_HANDLE_VALUE)
-        return {};
-    int youngest = 0;
-    do {
-        const int id = std::atoi(entry.cFileName);
-        const std::string name = std::string("Z:\\proc\\") + entry.cFileName + "\\comm";
-        if (id > youngest && Contents(name) == program + "\n")
-            youngest = id;
-    } while (FindNextFileA(search, &entry));
-    FindClose(search);
-    return youngest ? "Z:\\proc\\" + std::to_string(youngest) + "\\" : std::string();
-}
-
-double Seconds(const FILETIME& time) {
-    return static_cast<double>((static_cast<std::uint64_t>(time.dwHighDateTime) << 32) |
-                               time.dwLowDateTime) /
-           1e7;
-}
-
-// Of the threads that live, to the nanosecond: the times of /proc/PID/stat are sampled by the
-// clock and much too coarse for an idle program.
-double ProcCpuSeconds(const std::string& folder) {
-    WIN32_FIND_DATAA entry;
-    const HANDLE search = FindFirstFileA((folder + "task\\*").c_str(), &entry);
-    if (search == INVALID_HANDLE_VALUE)
-        return 0;
-    double nanoseconds = 0;
-    do
-        nanoseconds +=
-            std::atof(Contents(folder + "task\\" + entry.cFileName + "\\schedstat").c_str());
-    while (FindNextFileA(search, &entry));
-    FindClose(search);
-    return nanoseconds / 1e9;
-}
-
-double ProcPrivateBytes(const std::string& folder) {
-    std::istringstream lines(Contents(folder + "smaps_rollup"));
-    double total = 0;
-    for (std::string line; std::getline(lines, line);)
-        if (line.rfind("Private_", 0) == 0)
-            total += 1024 * std::atof(line.c_str() + line.find(':') + 1);
-    return total;
-}
 
 std::string TemporaryFile(const char* name) {
     char folder[MAX_PATH];
@@ -127,7 +50,7 @@ public:
         WaitUntil([&] { return IsWindowVisible(window) != 0; }, 20000);
         SendMessageA(window, WM_NULL, 0, 0);
         shownAfter = Seconds() - m_Started;
-        m_Proc = ProcFolder("ZoConsole.exe");
+        m_Usage = Usage(m_Program->Handle(), "ZoConsole.exe");
     }
     ~Console() {
         PostMessageA(window, WM_CLOSE, 0, 0);
@@ -136,24 +59,8 @@ public:
     Console(const Console&) = delete;
     Console& operator=(const Console&) = delete;
 
-    double CpuSeconds() const {
-        if (!m_Proc.empty())
-            return ProcCpuSeconds(m_Proc);
-        FILETIME created;
-        FILETIME ended;
-        FILETIME kernel;
-        FILETIME user;
-        GetProcessTimes(m_Program->Handle(), &created, &ended, &kernel, &user);
-        return Seconds(kernel) + Seconds(user);
-    }
-
-    double PrivateBytes() const {
-        if (!m_Proc.empty())
-            return ProcPrivateBytes(m_Proc);
-        PROCESS_MEMORY_COUNTERS memory = {};
-        GetProcessMemoryInfo(m_Program->Handle(), &memory, sizeof(memory));
-        return static_cast<double>(memory.PagefileUsage);
-    }
+    double CpuSeconds() const { return m_Usage.CpuSeconds(); }
+    double PrivateBytes() const { return m_Usage.PrivateBytes(); }
 
     HWND window = nullptr;
     double shownAfter = 0;
@@ -161,7 +68,7 @@ public:
 private:
     double m_Started = 0;
     std::unique_ptr<Process> m_Program;
-    std::string m_Proc;
+    Usage m_Usage;
 };
 
 double IdlePercent(const Console& console, double seconds) {
@@ -229,25 +136,6 @@ std::size_t FileSize(const std::string& path) {
     return error ? 0 : static_cast<std::size_t>(size);
 }
 
-std::string GeneratedText() {
-    sim::TextSource source;
-    source.Start(StreamSize);
-    std::string text;
-    while (!source.Done())
-        text += source.NextLine();
-    return text;
-}
-
-// Bytes of the text that stand in the log, in order and behind one another from its first line.
-std::size_t Arrived(const std::string& log, const std::string& text) {
-    const std::size_t start = log.find(text.substr(0, text.find('\n')));
-    if (start == std::string::npos)
-        return 0;
-    const auto differs = std::mismatch(text.begin(), text.end(),
-                                       log.begin() + static_cast<std::ptrdiff_t>(start), log.end());
-    return static_cast<std::size_t>(differs.first - text.begin());
-}
-
 // Streams generated text through the program into its log, and proves what arrived.
 void MeasureStream(int pace, double cpuBound) {
     const ComPair pair = ReadComPair();
@@ -256,7 +144,6 @@ void MeasureStream(int pace, double cpuBound) {
     PlantText(Key, "LogFile", log);
     PlantNumber(Key, "UseLogFile", 1);
     const std::string name = "2 MB of text at " + std::to_string(pace) + " bit/s: ";
-    const std::string text = GeneratedText();
 
     double cpu = 0;
     double slowest = 0;
@@ -276,11 +163,11 @@ void MeasureStream(int pace, double cpuBound) {
             done = Seconds() - start;
             Sleep(ProbePeriod);
         }
-        WaitUntil([&] { return Arrived(Contents(log), text) == StreamSize; }, 2000);
+        WaitUntil([&] { return ArrivedInLog(Contents(log)) == StreamSize; }, 2000);
         cpu = console.CpuSeconds() - cpu;
     }
-    Row(name + "bytes lost", static_cast<double>(StreamSize - Arrived(Contents(log), text)),
-        "bytes", 0);
+    Row(name + "bytes lost", static_cast<double>(StreamSize - ArrivedInLog(Contents(log))), "bytes",
+        0);
     Row(name + "time", done, "s", NoBound);
     Row(name + "CPU for each MB", cpu / (StreamSize / 1048576.0), "s", cpuBound);
     Row(name + "slowest answer to a message", slowest * 1000, "ms", 100);
@@ -319,18 +206,18 @@ void MeasureTransfers() {
     port->Open(pair.ProgramPath().c_str(), 115200, 4096);
     WaitUntil([&] { return port->SendCommand("ver"); });
 
-    const std::string self = ProcFolder("zo_bench.exe");
-    double cpu = ProcCpuSeconds(self);
+    const Usage self(GetCurrentProcess(), "zo_bench.exe");
+    double cpu = self.CpuSeconds();
     const double sent = TransferSeconds(*port, [&] {
         return port->StartSend("a", folder.Path("x").c_str(), nullptr, SendModeFile, 0);
     });
     Row("send of 100 KB: time against the floor", sent / SendFloor, "times", 1.05);
-    Row("send of 100 KB: CPU", 100 * (ProcCpuSeconds(self) - cpu) / sent, "%", 2);
-    cpu = ProcCpuSeconds(self);
+    Row("send of 100 KB: CPU", 100 * (self.CpuSeconds() - cpu) / sent, "%", 2);
+    cpu = self.CpuSeconds();
     const double received = TransferSeconds(
         *port, [&] { return port->StartReceive(folder.Path("y").c_str(), "/a/x"); });
     Row("receive of 100 KB: time against the floor", received / ReceiveFloor, "times", 1.05);
-    Row("receive of 100 KB: CPU", 100 * (ProcCpuSeconds(self) - cpu) / received, "%", 2);
+    Row("receive of 100 KB: CPU", 100 * (self.CpuSeconds() - cpu) / received, "%", 2);
     Row("bytes that came back wrong", folder.Read("y") == folder.Read("x") ? 0 : 1, "files", 0);
 }
 
@@ -367,7 +254,15 @@ constexpr Measure Measures[] = {
 } // namespace
 
 // zo_bench on|off [NAME...]: with Wine's themes on or off, all that is measured or what is named.
+// zo_bench peer COMMANDLINE [LOG]: another terminal program, and this one beside it.
 int main(int argc, char** argv) {
+    if (argc > 2 && std::strcmp(argv[1], "peer") == 0) {
+        PlantNumber(Key, "Port", static_cast<DWORD>(ReadComPair().number));
+        PlantNumber(Key, "BaudRate", 921600);
+        MeasurePeer("ZoConsole", '"' + BuildFile("ZoConsole.exe") + '"', {});
+        MeasurePeer("peer", argv[2], argc > 3 ? argv[3] : "");
+        return 0;
+    }
     const bool themes = argc > 1 && std::strcmp(argv[1], "on") == 0;
     for (const Measure& measure : Measures) {
         bool wanted = argc < 3;

@@ -24,6 +24,8 @@ export ZO_RIG_DIR=$rig_build/rig
 export WINEPREFIX=$rig_build/wine
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES="mscoree=;mshtml=" # no offers to download anything
+# Names of libraries that, as on Windows, are looked for beside a program first.
+[[ -z ${ZO_NATIVE_LIBRARIES:-} ]] || WINEDLLOVERRIDES+=";$ZO_NATIVE_LIBRARIES=n,b"
 export ZO_COM_PAIR=${ZO_COM_PAIR:-COM1,COM101}
 
 rig_loader=/usr/lib/wine/wine64

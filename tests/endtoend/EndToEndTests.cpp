@@ -6,32 +6,7 @@
 #include "tests/support/Process.h"
 #include "tests/support/Terminal.h"
 
-#include <algorithm>
-
 namespace {
-
-struct Search {
-    DWORD process;
-    std::vector<HWND> windows;
-};
-
-BOOL CALLBACK CollectVisible(HWND window, LPARAM parameter) {
-    auto& search = *reinterpret_cast<Search*>(parameter);
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    char name[64];
-    GetClassNameA(window, name, sizeof(name));
-    if (process == search.process && std::string(name) == TerminalClassName &&
-        IsWindowVisible(window))
-        search.windows.push_back(window);
-    return TRUE;
-}
-
-std::vector<HWND> WindowsOf(const Process& program) {
-    Search search = {program.Id(), {}};
-    EnumWindows(&CollectVisible, reinterpret_cast<LPARAM>(&search));
-    return search.windows;
-}
 
 // A control's text, also of another process.
 std::string ControlText(HWND control) {

@@ -3,7 +3,7 @@
 #include "fileops/BootDialog.h"
 #include "settings/MusicSupport.h"
 #include "tests/fileops/OperationTest.h"
-#include "tests/support/GuiObjects.h"
+#include "tests/support/SystemObjects.h"
 #include "tests/support/Rig.h"
 
 #include <shlobj.h>
@@ -338,9 +338,10 @@ TEST_F(OperationTest, OperationsLeaveNoObjectsBehind) {
         }
     };
     operate(8);
-    const GuiObjects before = CountGuiObjects();
+    const SystemObjects before = CountSystemObjects();
     operate(200);
-    const GuiObjects after = CountGuiObjects();
+    const SystemObjects after = CountSystemObjects();
     EXPECT_LE(after.gdi, before.gdi + 4);
+    EXPECT_LE(after.handles, before.handles + 20);
     EXPECT_LE(after.user, before.user + 60) << "in Wine other processes count, too";
 }

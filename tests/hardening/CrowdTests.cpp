@@ -1,10 +1,8 @@
 // As many terminals as there may be, all busy, and a person who uses the windows meanwhile.
 
 #include "tests/fileops/OperationTest.h"
+#include "tests/support/Crowd.h"
 #include "tests/support/Pinger.h"
-
-#include <algorithm>
-#include <random>
 
 namespace {
 
@@ -12,79 +10,23 @@ constexpr int MostTerminals = 20;
 constexpr std::size_t FileSize = 100 << 10;
 constexpr DWORD LongestCrowd = 120000; // ms
 
-// A terminal of the crowd: it sends one file and receives another.
-struct Worker {
-    ZoTerm* terminal;
-    std::unique_ptr<SimDevice> device;
-    std::string folder; // below the test's
-    int toStart = 2;    // operations
-};
-
-class CrowdTest : public OperationTest {
-protected:
-    void Open(const std::vector<ComPair>& pairs) {
-        Start();
-        while (TerminalWindows().size() < pairs.size())
-            Command(CMD_NEW_WINDOW);
-        for (std::size_t i = 0; i < pairs.size(); ++i) {
-            Worker worker = {nullptr, nullptr, "crowd" + std::to_string(i)};
-            for (const HWND window : TerminalWindows())
-                if (TerminalOf(window).m_Slot == i)
-                    worker.terminal = &TerminalOf(window);
-            folder.Write(worker.folder + "\\send.bin", RandomBytes(FileSize, i));
-            folder.Write(worker.folder + "\\device\\a\\back.bin", RandomBytes(FileSize, 100 + i));
-            worker.device = std::make_unique<SimDevice>(pairs[i].device,
-                                                        folder.Path(worker.folder + "\\device"));
-            worker.terminal->m_ShowProgress = 0;
-            worker.terminal->SelectDevice("a");
-            EXPECT_TRUE(worker.terminal->OpenPort(pairs[i].number, 115200));
-            CopyText(worker.terminal->m_ReceiveFile,
-                     folder.Path(worker.folder + "\\back.bin").c_str());
-            workers.push_back(std::move(worker));
-        }
-    }
-
-    // Starts a worker's next operation when it is idle. Half of them begin with the other one.
-    void Drive(Worker& worker, std::size_t index) {
-        if (worker.terminal->m_ProgressDialog || worker.toStart == 0)
-            return;
-        const bool sends = (worker.toStart + index) % 2 == 0;
-        --worker.toStart;
-        const std::string list = Packed({folder.Path(worker.folder + "\\send.bin")});
-        EXPECT_TRUE(sends ? worker.terminal->StartSendList(list.data(), list.size())
-                          : worker.terminal->StartReceiveList());
-    }
-
-    bool AllDone() {
-        for (std::size_t i = 0; i < workers.size(); ++i)
-            Drive(workers[i], i);
-        return std::all_of(workers.begin(), workers.end(), [](const Worker& worker) {
-            return worker.toStart == 0 && !worker.terminal->m_ProgressDialog;
-        });
-    }
-
-    std::vector<Worker> workers;
-};
+class CrowdTest : public OperationTest {};
 
 } // namespace
 
 TEST_F(CrowdTest, TwentyTerminalsSendAndReceiveAtOnce) {
-    Open(AllComPairs(MostTerminals));
+    Start();
+    Crowd crowd(folder, AllComPairs(MostTerminals));
+    crowd.Assign(2, FileSize);
     DWORD slowest = 0;
     {
-        const Pinger pinger(workers[0].terminal->m_hWnd);
-        EXPECT_TRUE(WaitUntil([&] { return AllDone(); }, LongestCrowd));
+        const Pinger pinger(crowd.FirstWindow());
+        EXPECT_TRUE(WaitUntil([&] { return crowd.AllDone(); }, LongestCrowd));
         slowest = pinger.Slowest();
     }
     EXPECT_LT(slowest, 3000U);
-    for (std::size_t i = 0; i < workers.size(); ++i) {
-        const std::string& place = workers[i].folder;
-        EXPECT_TRUE(folder.Read(place + "\\device\\a\\send.bin") == RandomBytes(FileSize, i)) << i;
-        EXPECT_TRUE(folder.Read(place + "\\back.bin") == RandomBytes(FileSize, 100 + i)) << i;
-    }
-    std::shuffle(workers.begin(), workers.end(), std::minstd_rand(1));
-    for (const Worker& worker : workers)
-        SendMessageA(worker.terminal->m_hWnd, WM_CLOSE, 0, 0);
+    EXPECT_EQ(crowd.WrongFiles(), 0);
+    crowd.Close();
     EXPECT_TRUE(TerminalWindows().empty());
 }
 

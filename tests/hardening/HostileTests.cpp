@@ -55,7 +55,7 @@ class HostileTest : public OperationTest {};
 
 TEST_F(HostileTest, NothingBreaksInAMinuteOfLineTime) {
     std::vector<std::thread> lines;
-    const std::vector<ComPair> pairs = AllComPairs();
+    const std::vector<ComPair> pairs = AllComPairs(3);
     if (pairs.size() > 1)
         for (std::uint32_t i = 0; i < 2; ++i)
             lines.emplace_back([pair = pairs[i + 1], i] { TransferUnderFire(pair, 11 + i); });

@@ -21,7 +21,7 @@ std::vector<ComPair> AllComPairs(int most) {
     std::vector<ComPair> pairs = {ReadComPair()};
     if (!std::getenv("ZO_RIG_DIR"))
         return pairs;
-    for (int number = 2; number <= most; ++number)
+    for (int number = pairs[0].number + 1; number < pairs[0].number + most; ++number)
         pairs.push_back(
             {"COM" + std::to_string(number), "COM" + std::to_string(number + 100), number});
     return pairs;

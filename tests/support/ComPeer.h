@@ -18,8 +18,8 @@ struct ComPair {
 
 ComPair ReadComPair();
 
-// Pairs that a test may use at the same time: the first `most` where the rig is, else the one.
-std::vector<ComPair> AllComPairs(int most = 3);
+// Pairs that a test may use at the same time: `most` where the rig is, else the one.
+std::vector<ComPair> AllComPairs(int most = 8);
 
 class ComPeer {
 public:

@@ -26,6 +26,20 @@ OwnedHandle Launch(const std::string& commandLine, DWORD* id) {
     return OwnedHandle(process.hProcess);
 }
 
+struct Search {
+    DWORD process;
+    std::vector<HWND> windows;
+};
+
+BOOL CALLBACK CollectVisible(HWND window, LPARAM parameter) {
+    auto& search = *reinterpret_cast<Search*>(parameter);
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == search.process && IsWindowVisible(window))
+        search.windows.push_back(window);
+    return TRUE;
+}
+
 bool RigRuns() {
     return std::getenv("ZO_RIG_DIR") != nullptr;
 }
@@ -84,6 +98,11 @@ Process::Process(const std::string& name, const std::string& arguments) {
     EXPECT_TRUE(m_Handle) << BuildFile(name) << ": error " << GetLastError();
 }
 
+Process::Process(const std::string& commandLine) {
+    m_Handle = Launch(commandLine, &m_Id);
+    EXPECT_TRUE(m_Handle) << commandLine << ": error " << GetLastError();
+}
+
 Process::~Process() {
     if (!m_Handle || Ended(0))
         return;
@@ -99,6 +118,12 @@ DWORD Process::ExitCode() const {
     DWORD code = STILL_ACTIVE;
     GetExitCodeProcess(m_Handle.get(), &code);
     return code;
+}
+
+std::vector<HWND> WindowsOf(const Process& program) {
+    Search search = {program.Id(), {}};
+    EnumWindows(&CollectVisible, reinterpret_cast<LPARAM>(&search));
+    return search.windows;
 }
 
 void TypeLine(HWND window, const std::string& text) {

@@ -5,14 +5,16 @@
 #include "base/Owned.h"
 
 #include <string>
+#include <vector>
 
 // The path of a file in the build's folder: "ZoConsole.exe".
 std::string BuildFile(const std::string& name);
 
 class Process {
 public:
-    // `name` stands in the build's folder. The test fails when it cannot start.
+    // The test fails when the program cannot start. `name` stands in the build's folder.
     Process(const std::string& name, const std::string& arguments);
+    explicit Process(const std::string& commandLine);
     ~Process(); // ends the program if it still runs
 
     Process(const Process&) = delete;
@@ -28,6 +30,9 @@ private:
     OwnedHandle m_Handle;
     DWORD m_Id = 0;
 };
+
+// The visible top-level windows of a program.
+std::vector<HWND> WindowsOf(const Process& program);
 
 // Types a line and Enter into a window once it has the keyboard: through the X server where the
 // rig runs, so that the keys take the way of a person's, else through the system's input queue.

@@ -93,3 +93,11 @@ bool Recording::Hears(double hertz, unsigned long limit) {
         },
         limit);
 }
+
+std::optional<std::uint64_t> DeliveredBytes(const std::string& port) {
+    const std::string path = RigFile("bytes-" + port);
+    std::uint64_t count = 0;
+    if (path.empty() || !(std::ifstream(path) >> count))
+        return std::nullopt;
+    return count;
+}

@@ -3,6 +3,7 @@
 // What the Linux rig adds to its null modem: recorded modem lines and a cable that can be cut.
 // On another null modem these answer nothing, and the tests do without.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -29,3 +30,6 @@ private:
     std::string m_File;
     std::size_t m_At = 0; // bytes of it that are done with
 };
+
+// The bytes that the null modem has delivered to a port since it stands.
+std::optional<std::uint64_t> DeliveredBytes(const std::string& port);

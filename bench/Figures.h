@@ -1,0 +1,16 @@
+#pragma once
+
+// What the measures share: the rows that they print, the text that they stream.
+
+#include <cstddef>
+#include <string>
+
+constexpr double NoBound = -1;
+constexpr std::size_t StreamSize = 2U << 20; // bytes
+
+// Prints a figure beside its bound.
+void Row(const std::string& what, double figure, const char* unit, double bound);
+
+// Bytes of the streamed text that stand in a log, in order and behind one another from its first
+// line.
+std::size_t ArrivedInLog(const std::string& log);

@@ -1,0 +1,84 @@
+// zo_soak MINUTES: twenty terminals send and receive until their lines have been busy for that
+// many minutes in all. Prints what the process uses after a first round and at the end, and ends
+// with 1 when that has grown or a file arrived wrong.
+
+#include "bench/Usage.h"
+#include "shell/Dispatcher.h"
+#include "tests/support/Crowd.h"
+#include "tests/support/SystemObjects.h"
+#include "tests/support/Terminal.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+constexpr int MostTerminals = 20;
+constexpr int RoundOperations = 2;         // of each terminal
+constexpr std::size_t FileSize = 10 << 10; // bytes
+constexpr DWORD LongestRound = 120000;     // ms
+constexpr double MemoryPlay = 2 << 20;     // bytes that a heap may come and go
+constexpr DWORD HandlePlay = 10;
+constexpr DWORD ObjectPlay = 100;
+
+struct Figures {
+    double memory;
+    SystemObjects objects;
+};
+
+Figures Take() {
+    const SystemObjects objects = CountSystemObjects(); // itself takes memory, the first time
+    return {Usage(GetCurrentProcess(), "zo_soak.exe").PrivateBytes(), objects};
+}
+
+void Print(const char* when, const Figures& figures) {
+    std::printf("%-6s private memory %.2f MB, handles %lu, GDI objects %lu, USER objects %lu\n",
+                when, figures.memory / 1e6, figures.objects.handles, figures.objects.gdi,
+                figures.objects.user);
+    std::fflush(stdout);
+}
+
+bool Grew(const Figures& before, const Figures& after) {
+    return after.memory > before.memory + MemoryPlay ||
+           after.objects.handles > before.objects.handles + HandlePlay ||
+           after.objects.gdi > before.objects.gdi + ObjectPlay ||
+           after.objects.user > before.objects.user + ObjectPlay;
+}
+
+// False when it did not end, or a file arrived wrong.
+bool Round(Crowd& crowd) {
+    crowd.Assign(RoundOperations, FileSize);
+    return WaitUntil([&] { return crowd.AllDone(); }, LongestRound) && crowd.WrongFiles() == 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const double minutes = argc > 1 ? std::atof(argv[1]) : 0;
+    if (minutes <= 0) {
+        std::fputs("usage: zo_soak MINUTES\n", stderr);
+        return 2;
+    }
+    RemoveKey(SettingsRoot);
+    const TestFolder folder;
+    if (!CreateDispatcher(GetModuleHandleA(nullptr)))
+        return 1;
+    const std::vector<ComPair> pairs = AllComPairs(MostTerminals);
+    Crowd crowd(folder, pairs);
+    bool good = Round(crowd) && Round(crowd);
+    const Figures before = Take();
+    Print("start", before);
+    const double start = Seconds();
+    const double lines = static_cast<double>(pairs.size());
+    while (good && (Seconds() - start) * lines < minutes * 60)
+        good = Round(crowd);
+    const Figures after = Take();
+    Print("end", after);
+    std::printf("%.1f minutes of line time, %s\n", (Seconds() - start) * lines / 60,
+                !good                 ? "a file did not arrive as it was"
+                : Grew(before, after) ? "but something has grown"
+                                      : "every byte right, nothing has grown");
+    crowd.Close();
+    RemoveKey(SettingsRoot);
+    return good && !Grew(before, after) ? 0 : 1;
+}

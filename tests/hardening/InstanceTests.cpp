@@ -1,0 +1,115 @@
+// Several programs at a time, and one beside files that are not its own.
+
+#include "resources/resource.h"
+#include "tests/support/ComPeer.h"
+#include "tests/support/Files.h"
+#include "tests/support/Process.h"
+#include "tests/support/Terminal.h"
+
+#include <memory>
+
+namespace {
+
+const std::string FirstKey = std::string(SettingsRoot) + "\\Instance0";
+const std::string SecondKey = std::string(SettingsRoot) + "\\Instance1";
+
+// The program with its window up.
+class Instance {
+public:
+    explicit Instance(const std::string& program = BuildFile("ZoConsole.exe"))
+        : process('"' + program + '"') {
+        EXPECT_TRUE(WaitUntil([&] { return !WindowsOf(process).empty(); }, 20000));
+        window = WindowsOf(process).at(0);
+        WaitUntil([&] { return TextOf(window).find(" Port: ") == 0; });
+    }
+
+    void Command(WORD command) { SendMessageA(window, WM_COMMAND, command, 0); }
+
+    void Close() {
+        Command(CMD_EXIT);
+        EXPECT_TRUE(process.Ended(Patience));
+    }
+
+    Process process;
+    HWND window = nullptr;
+};
+
+} // namespace
+
+TEST(Instances, ShareListLogAndKeyAsTheyMust) {
+    const std::vector<ComPair> pairs = AllComPairs(2);
+    if (pairs.size() < 2)
+        GTEST_SKIP() << "needs two null modems";
+    const TestFolder folder;
+    RemoveKey(SettingsRoot);
+    const std::string log = folder.Path("both.log");
+    std::unique_ptr<Process> devices[2];
+    for (int i = 0; i < 2; ++i) {
+        const std::string& key = i == 0 ? FirstKey : SecondKey;
+        PlantNumber(key, "Port", static_cast<DWORD>(pairs[static_cast<std::size_t>(i)].number));
+        PlantNumber(key, "BaudRate", 115200);
+        PlantText(key, "LogFile", log);
+        PlantNumber(key, "UseLogFile", 1);
+        folder.Write("device" + std::to_string(i) + "\\default\\old.txt", "old");
+        devices[i] = std::make_unique<Process>(
+            "ZorbelSim.exe", "--port " + pairs[static_cast<std::size_t>(i)].device + " --files \"" +
+                                 folder.Path("device" + std::to_string(i)) +
+                                 "\" --start-delay 3000");
+    }
+    Instance first;
+    Instance second;
+    EXPECT_EQ(TextOf(second.window).find(" Port: " + pairs[1].program), 0U);
+    // Only the program that opened the log first writes it.
+    const auto banners = [&] {
+        const std::string text = folder.Read("both.log");
+        int count = 0;
+        for (std::size_t at = text.find("ZoOS"); at != std::string::npos;
+             at = text.find("ZoOS", at + 1))
+            ++count;
+        return count;
+    };
+    EXPECT_TRUE(WaitUntil([&] { return banners() == 1; }, 8000));
+
+    // Every running program gets the list of a later start.
+    folder.Write("sent.txt", "to both");
+    Process sender("ZoConsole.exe", '"' + folder.Path("sent.txt") + '"');
+    EXPECT_TRUE(sender.Ended(Patience));
+    EXPECT_EQ(sender.ExitCode(), 0U);
+    for (const char* device : {"device0", "device1"})
+        EXPECT_TRUE(WaitUntil([&] {
+            return folder.Read(std::string(device) + "\\default\\sent.txt") == "to both";
+        })) << device;
+    EXPECT_EQ(banners(), 1) << folder.Read("both.log");
+
+    // The key is that of the number of windows, so two may share one; the last to close stays.
+    first.Close();
+    Instance third;
+    second.Command(CMD_DEVICE_A);
+    third.Command(CMD_DEVICE_B);
+    third.Close();
+    EXPECT_EQ(FindValue(SecondKey, "DeviceName"), "text:b");
+    second.Close();
+    EXPECT_EQ(FindValue(SecondKey, "DeviceName"), "text:a");
+    EXPECT_EQ(FindValue(FirstKey, "DeviceName"), "text:default");
+    RemoveKey(SettingsRoot);
+}
+
+TEST(Instances, LibraryBesideTheProgramIsNotLoaded) {
+    const TestFolder folder;
+    RemoveKey(SettingsRoot);
+    const std::string planted = BuildFile("tests\\hardening\\libplanted.dll");
+    const std::string program = folder.Path("ZoConsole.exe");
+    ASSERT_TRUE(CopyFileA(BuildFile("ZoConsole.exe").c_str(), program.c_str(), TRUE));
+    ASSERT_TRUE(CopyFileA(planted.c_str(), folder.Path("winmm.dll").c_str(), TRUE)) << planted;
+    const HMODULE loaded = LoadLibraryA(planted.c_str());
+    EXPECT_NE(GetFileAttributesA((planted + ".loaded").c_str()), INVALID_FILE_ATTRIBUTES);
+    FreeLibrary(loaded);
+    DeleteFileA((planted + ".loaded").c_str());
+
+    PlantText(FirstKey, "CmdErrWav", folder.Path("no.wav"));
+    Instance instance(program);
+    instance.Command(CMD_REBOOT); // refused: it wants to sound
+    instance.Close();
+    EXPECT_FALSE(folder.Exists("winmm.dll.loaded"));
+    RemoveKey(SettingsRoot);
+}
