@@ -4,7 +4,7 @@
 desk_title='Zorbel Console Terminal$'
 
 # Windows sees the files of this machine as drive Z.
-desk_path() { printf 'Z:%s' "$(realpath -m "$1" | tr / '\\')"; }
+desk_path() { printf 'Z:%s' "$(realpath -m "$1" | tr / "\\\\")"; }
 
 # Waits for a window by its title; the terminal's without one.
 desk_await() { rig_until "${2:-30}" xdotool search --onlyvisible --name "${1:-$desk_title}"; }

@@ -42,8 +42,7 @@ constexpr Ending CancelledEnding = {&ZoTerm::m_CompleteWav, ResultCancelled, fal
 enum class Search { Found, ListRanOut, Cancelled };
 
 void AppendResult(ZoTerm& terminal, const TransferResult& result) {
-    const std::size_t used =
-        static_cast<std::size_t>(terminal.m_CurrentResult - terminal.m_Results);
+    const auto used = static_cast<std::size_t>(terminal.m_CurrentResult - terminal.m_Results);
     if (used + ResultsRoom(1) <= terminal.m_ResultsSize)
         terminal.m_CurrentResult = PutResult(terminal.m_CurrentResult, result);
 }
@@ -57,7 +56,7 @@ void AppendCode(ZoTerm& terminal, ResultCode code) {
 void AppendDeviceName(ZoTerm& terminal) {
     const char* const name = BaseName(terminal.m_DeviceFileName);
     const std::size_t size = std::strlen(name) + 1;
-    const std::size_t used =
+    const auto used =
         static_cast<std::size_t>(terminal.m_CurrentDeviceName - terminal.m_DeviceNames);
     if (used + size + 1 > terminal.m_DeviceNamesSize)
         return;
@@ -100,9 +99,11 @@ void ConvertFirst(ZoTerm& terminal) {
 std::uint32_t FileSize(const char* path) {
     const HANDLE handle = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
-    const OwnedHandle file(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+    if (handle == INVALID_HANDLE_VALUE)
+        return 0;
+    const OwnedHandle file(handle);
     LARGE_INTEGER size = {};
-    if (!file || !GetFileSizeEx(file.get(), &size))
+    if (!GetFileSizeEx(file.get(), &size))
         return 0;
     return static_cast<std::uint32_t>(
         std::min<LONGLONG>(size.QuadPart, std::numeric_limits<std::uint32_t>::max()));

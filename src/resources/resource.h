@@ -32,7 +32,7 @@
 
 // Controls of the file operations' dialogs and the small ones.
 #ifndef IDC_STATIC
-#define IDC_STATIC -1
+#define IDC_STATIC (-1)
 #endif
 #define IDC_CLIP          106
 #define IDC_VERSION       1001

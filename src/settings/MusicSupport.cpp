@@ -84,7 +84,7 @@ private:
     };
 
     const char* m_Path;
-    char m_Text[IniTextRoom];
+    char m_Text[IniTextRoom] = {};
 };
 
 // The first row with exactly this extension; the number of rows when there is none.

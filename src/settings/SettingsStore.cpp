@@ -13,7 +13,6 @@
 
 namespace {
 
-
 using OwnedKey = Owned<HKEY, &RegCloseKey>;
 
 OwnedKey OpenKey(const char* path) {

@@ -25,7 +25,7 @@ SIZE TextSize(HWND label) {
     char text[256];
     const int length = GetWindowTextA(label, text, sizeof(text));
     const HDC context = GetDC(label);
-    const HGDIOBJ font = reinterpret_cast<HGDIOBJ>(SendMessageA(label, WM_GETFONT, 0, 0));
+    auto* const font = reinterpret_cast<HGDIOBJ>(SendMessageA(label, WM_GETFONT, 0, 0));
     const HGDIOBJ before = SelectObject(context, font);
     SIZE size = {};
     GetTextExtentPoint32A(context, text, length, &size);

@@ -63,7 +63,7 @@ protected:
 
     // The converted list's only entry.
     std::string Output() const {
-        const std::string path = terminal->ConvertedFile;
+        std::string path = terminal->ConvertedFile;
         EXPECT_LT(path.size() + 1, sizeof(terminal->ConvertedFile));
         EXPECT_EQ(terminal->ConvertedFile[path.size() + 1], '\0');
         return path;
