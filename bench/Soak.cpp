@@ -69,7 +69,7 @@ int main(int argc, char** argv) {
     const Figures before = Take();
     Print("start", before);
     const double start = Seconds();
-    const double lines = static_cast<double>(pairs.size());
+    const auto lines = static_cast<double>(pairs.size());
     while (good && (Seconds() - start) * lines < minutes * 60)
         good = Round(crowd);
     const Figures after = Take();

@@ -33,10 +33,11 @@ TEST_F(CrowdTest, TwentyTerminalsSendAndReceiveAtOnce) {
 // An open menu, a scroll bar that is held and a modal dialog run message loops of their own; the
 // transfer goes on in them, and while an edge is dragged.
 TEST_F(CrowdTest, TransferGoesOnUnderModalLoops) {
+    const std::string content(4096, 'x');
     StartWithDevice();
     const auto loop = [&](const char* name, WPARAM command, LPARAM at, bool pane) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(HandOver(Packed({File("x", std::string(8 * 512, 'x'))})), 1);
+        EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
         const HWND window = pane ? terminal->m_hOutput : terminal->m_hWnd;
         const ULONGLONG start = GetTickCount64();
         struct Waiter {
@@ -61,7 +62,7 @@ TEST_F(CrowdTest, TransferGoesOnUnderModalLoops) {
         EXPECT_TRUE(Ended() && WaitUntil([&] { return waiter.ended != 0; }));
         KillTimer(nullptr, timer);
         EXPECT_LT(waiter.ended - start, 2500U) << "it was slowed";
-        EXPECT_EQ(Stored("default\\x"), std::string(8 * 512, 'x'));
+        EXPECT_EQ(Stored("default\\x"), content);
         folder.Write("device\\default\\x", "");
     };
     RECT rect = {};
@@ -71,7 +72,7 @@ TEST_F(CrowdTest, TransferGoesOnUnderModalLoops) {
     loop("scroll bar", HTVSCROLL, MAKELPARAM(rect.right - 8, rect.bottom - 30), true);
 
     // A dragged edge is a storm of sizes; what else happens then is the window manager's.
-    EXPECT_EQ(HandOver(Packed({File("x", std::string(8 * 512, 'x'))})), 1);
+    EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
     int size = 0;
     EXPECT_TRUE(WaitUntil(
         [&] {
@@ -81,11 +82,11 @@ TEST_F(CrowdTest, TransferGoesOnUnderModalLoops) {
         },
         2500));
 
-    EXPECT_EQ(HandOver(Packed({File("x", std::string(8 * 512, 'x'))})), 1);
+    EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
     const ModalScript about({{"About Console", [&](HWND dialog) {
                                   EXPECT_TRUE(Ended(2500));
                                   PostMessageA(dialog, WM_COMMAND, IDOK, 0);
                               }}});
     Command(CMD_ABOUT);
-    EXPECT_EQ(Stored("default\\x"), std::string(8 * 512, 'x'));
+    EXPECT_EQ(Stored("default\\x"), content);
 }
