@@ -166,7 +166,12 @@ rig_until() {
 
 rig_display() {
   [[ -n ${DISPLAY:-} && -z ${1:-} ]] || rig_start_display
-  # Wine's own processes start here, once, and hold no pipe of a later caller.
+  # Wine's own processes start here, once, and hold no pipe of a later caller. The desktop's would
+  # end a second after the last program and be started anew by the next, with that one's pipes: a
+  # command prompt that waits for ever for its input keeps it.
+  [[ -p $ZO_RIG_DIR/silence ]] || mkfifo "$ZO_RIG_DIR/silence"
+  rig_exec cmd.exe <>"$ZO_RIG_DIR/silence" >/dev/null 2>&1 &
+  rig_remember
   rig_wine wineboot >/dev/null 2>&1
 }
 
