@@ -6,12 +6,12 @@
 #include "bench/Peer.h"
 #include "bench/Usage.h"
 #include "link/ComPort.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/Process.h"
-#include "tests/support/Registry.h"
-#include "tests/support/Rig.h"
-#include "tests/support/Wait.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/Process.h"
+#include "rig/Registry.h"
+#include "rig/Rig.h"
+#include "rig/Wait.h"
 
 #include <windows.h>
 

@@ -2,10 +2,10 @@
 
 #include "bench/Figures.h"
 #include "bench/Usage.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Process.h"
-#include "tests/support/Rig.h"
-#include "tests/support/Wait.h"
+#include "rig/ComPeer.h"
+#include "rig/Process.h"
+#include "rig/Rig.h"
+#include "rig/Wait.h"
 
 #include <algorithm>
 #include <cstdio>

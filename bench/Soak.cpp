@@ -3,10 +3,10 @@
 // with 1 when that has grown or a file arrived wrong.
 
 #include "bench/Usage.h"
+#include "rig/Crowd.h"
+#include "rig/SystemObjects.h"
+#include "rig/Terminal.h"
 #include "shell/Dispatcher.h"
-#include "tests/support/Crowd.h"
-#include "tests/support/SystemObjects.h"
-#include "tests/support/Terminal.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #include "link/codec/PackedList.h"
 #include "link/codec/ReplyLine.h"
 #include "link/codec/TerminalText.h"
-#include "tests/support/Vectors.h"
+#include "rig/Vectors.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "link/codec/DeviceName.h"
 #include "link/codec/Packet.h"
 #include "link/codec/SendCursor.h"
-#include "tests/support/Vectors.h"
+#include "rig/Vectors.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // The whole program with the simulator at the other end, driven by the keyboard.
 
 #include "resources/resource.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/Process.h"
-#include "tests/support/Terminal.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/Process.h"
+#include "rig/Terminal.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Whole operations: from the list to the last record, with the simulated device.
 
 #include "fileops/BootDialog.h"
+#include "rig/Rig.h"
+#include "rig/SystemObjects.h"
 #include "settings/MusicSupport.h"
 #include "tests/fileops/OperationTest.h"
-#include "tests/support/Rig.h"
-#include "tests/support/SystemObjects.h"
 
 #include <shlobj.h>
 

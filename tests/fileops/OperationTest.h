@@ -6,11 +6,11 @@
 #include "fileops/Batch.h"
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/Modal.h"
-#include "tests/support/SimDevice.h"
-#include "tests/support/Terminal.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/Modal.h"
+#include "rig/SimDevice.h"
+#include "rig/Terminal.h"
 
 #include <memory>
 #include <string>

@@ -1,8 +1,8 @@
 // As many terminals as there may be, all busy, and a person who uses the windows meanwhile.
 
+#include "rig/Crowd.h"
+#include "rig/Pinger.h"
 #include "tests/fileops/OperationTest.h"
-#include "tests/support/Crowd.h"
-#include "tests/support/Pinger.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Devices that say anything at any moment: nothing crashes, hangs or writes where it must not.
 
 #include "fileops/BootDialog.h"
+#include "rig/Pinger.h"
 #include "tests/fileops/OperationTest.h"
-#include "tests/support/Pinger.h"
 
 #include <functional>
 #include <random>

@@ -1,10 +1,10 @@
 // Several programs at a time, and one beside files that are not its own.
 
 #include "resources/resource.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/Process.h"
-#include "tests/support/Terminal.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/Process.h"
+#include "rig/Terminal.h"
 
 #include <memory>
 

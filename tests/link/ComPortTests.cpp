@@ -1,11 +1,11 @@
 // The link over a real COM pair, with the test playing the device at the other end.
 
 #include "link/ComPort.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/NoticeWindow.h"
-#include "tests/support/Rig.h"
-#include "tests/support/Wait.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/NoticeWindow.h"
+#include "rig/Rig.h"
+#include "rig/Wait.h"
 
 #include <gtest/gtest.h>
 

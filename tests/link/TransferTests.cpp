@@ -2,13 +2,13 @@
 // size that matters, every moment to cancel.
 
 #include "link/ComPort.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/NoticeWindow.h"
-#include "tests/support/Rig.h"
-#include "tests/support/SimDevice.h"
-#include "tests/support/Vectors.h"
-#include "tests/support/Wait.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/NoticeWindow.h"
+#include "rig/Rig.h"
+#include "rig/SimDevice.h"
+#include "rig/Vectors.h"
+#include "rig/Wait.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include "settings/MusicSupport.h"
 
 #include "base/Text.h"
+#include "rig/Files.h"
+#include "rig/Registry.h"
 #include "terminal/ZoTerm.h"
-#include "tests/support/Files.h"
-#include "tests/support/Registry.h"
 
 #include <gtest/gtest.h>
 

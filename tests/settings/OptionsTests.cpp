@@ -1,9 +1,9 @@
 // The Options dialog over real terminals.
 
 #include "resources/resource.h"
-#include "tests/support/Files.h"
-#include "tests/support/Modal.h"
-#include "tests/support/Terminal.h"
+#include "rig/Files.h"
+#include "rig/Modal.h"
+#include "rig/Terminal.h"
 
 namespace {
 

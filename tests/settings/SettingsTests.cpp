@@ -1,9 +1,9 @@
 // A terminal's settings against the real registry of the test's own key.
 
+#include "rig/Registry.h"
 #include "settings/MusicSupport.h"
 #include "settings/SettingsTable.h"
 #include "terminal/ZoTerm.h"
-#include "tests/support/Registry.h"
 
 #include "base/Text.h"
 

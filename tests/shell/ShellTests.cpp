@@ -1,9 +1,9 @@
 // The dispatcher's table of terminals, and the hand-over of files to running terminals.
 
 #include "resources/resource.h"
+#include "rig/Terminal.h"
 #include "shell/Forwarding.h"
 #include "terminal/DispatcherRequest.h"
-#include "tests/support/Terminal.h"
 
 #include <atomic>
 #include <mutex>

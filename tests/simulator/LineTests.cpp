@@ -1,6 +1,6 @@
 #include "VirtualLine.h"
 
-#include "tests/support/Vectors.h"
+#include "rig/Vectors.h"
 
 #include <random>
 

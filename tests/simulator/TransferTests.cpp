@@ -2,7 +2,7 @@
 
 #include "VirtualLine.h"
 
-#include "tests/support/Vectors.h"
+#include "rig/Vectors.h"
 
 #include <filesystem>
 #include <fstream>

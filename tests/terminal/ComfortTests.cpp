@@ -2,11 +2,11 @@
 
 #include "base/Text.h"
 #include "resources/resource.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/Modal.h"
-#include "tests/support/Rig.h"
-#include "tests/support/Terminal.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/Modal.h"
+#include "rig/Rig.h"
+#include "rig/Terminal.h"
 
 #include <dlgs.h>
 

@@ -1,9 +1,9 @@
 // Port, baud rate and device menus, and what follows the connection.
 
 #include "resources/resource.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Rig.h"
-#include "tests/support/Terminal.h"
+#include "rig/ComPeer.h"
+#include "rig/Rig.h"
+#include "rig/Terminal.h"
 
 #include <dbt.h>
 

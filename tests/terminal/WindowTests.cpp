@@ -1,9 +1,9 @@
 // The terminal window: typed lines, device text, layout, toolbar, status bar.
 
 #include "resources/resource.h"
+#include "rig/ComPeer.h"
+#include "rig/Terminal.h"
 #include "terminal/Timers.h"
-#include "tests/support/ComPeer.h"
-#include "tests/support/Terminal.h"
 
 #include <commctrl.h>
 

@@ -3,7 +3,7 @@
 // A window that counts what a port posts to it.
 
 #include "link/ComPort.h"
-#include "tests/support/Wait.h"
+#include "rig/Wait.h"
 
 #include <map>
 

@@ -2,9 +2,9 @@
 
 // Real terminals in the test's own process, driven by messages.
 
+#include "rig/Registry.h"
+#include "rig/Wait.h"
 #include "terminal/ZoTerm.h"
-#include "tests/support/Registry.h"
-#include "tests/support/Wait.h"
 
 #include <gtest/gtest.h>
 

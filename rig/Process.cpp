@@ -1,6 +1,6 @@
-#include "tests/support/Process.h"
+#include "rig/Process.h"
 
-#include "tests/support/Wait.h"
+#include "rig/Wait.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/support/ComPeer.h"
+#include "rig/ComPeer.h"
 
 #include "simulator/LineReceiver.h"
 

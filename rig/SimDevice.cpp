@@ -1,4 +1,4 @@
-#include "tests/support/SimDevice.h"
+#include "rig/SimDevice.h"
 
 #include <gtest/gtest.h>
 

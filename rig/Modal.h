@@ -2,7 +2,7 @@
 
 // Drives modal dialogs of the test's own thread, which runs their message loops.
 
-#include "tests/support/Wait.h"
+#include "rig/Wait.h"
 
 #include <gtest/gtest.h>
 

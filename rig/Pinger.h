@@ -2,7 +2,7 @@
 
 // Asks a window, from a thread of its own, whether it still answers messages.
 
-#include "tests/support/Wait.h"
+#include "rig/Wait.h"
 
 #include <algorithm>
 #include <atomic>

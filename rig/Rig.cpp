@@ -1,7 +1,7 @@
-#include "tests/support/Rig.h"
+#include "rig/Rig.h"
 
 #include "base/Owned.h"
-#include "tests/support/Wait.h"
+#include "rig/Wait.h"
 
 #include <cmath>
 #include <cstdint>

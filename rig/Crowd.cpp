@@ -1,8 +1,8 @@
-#include "tests/support/Crowd.h"
+#include "rig/Crowd.h"
 
 #include "base/Text.h"
 #include "resources/resource.h"
-#include "tests/support/Terminal.h"
+#include "rig/Terminal.h"
 
 #include <algorithm>
 #include <random>

@@ -1,7 +1,7 @@
-#include "tests/support/Terminal.h"
+#include "rig/Terminal.h"
 
+#include "rig/ComPeer.h"
 #include "shell/Dispatcher.h"
-#include "tests/support/ComPeer.h"
 
 #include <commctrl.h>
 

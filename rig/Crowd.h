@@ -2,9 +2,9 @@
 
 // Terminals with a simulated device each, all at work.
 
-#include "tests/support/ComPeer.h"
-#include "tests/support/Files.h"
-#include "tests/support/SimDevice.h"
+#include "rig/ComPeer.h"
+#include "rig/Files.h"
+#include "rig/SimDevice.h"
 
 #include <memory>
 #include <string>
