@@ -32,6 +32,8 @@ void Crowd::Assign(int operations, std::size_t fileSize) {
         m_Folder.Write(place + "\\send.bin", RandomBytes(fileSize, i));
         m_Folder.Write(place + "\\device\\a\\back.bin", RandomBytes(fileSize, 100 + i));
         m_Workers[i].left = operations;
+        // Text in the pane takes memory for each of its lines.
+        SendMessageA(m_Workers[i].terminal->m_hWnd, WM_COMMAND, CMD_CLEAR, 0);
     }
 }
 

@@ -28,12 +28,13 @@ void ShowOperation(HWND dialog) {
 void BeginOperation(ZoTerm& terminal, WORD clip) {
     const HWND dialog = terminal.m_ProgressDialog;
     terminal.EnableCommands(false);
-    SendDlgItemMessageA(dialog, IDC_CLIP, ACM_OPENA,
-                        reinterpret_cast<WPARAM>(GetModuleHandleA(nullptr)),
-                        reinterpret_cast<LPARAM>(MAKEINTRESOURCEA(clip)));
-    MakeRoomBelow(dialog, IDC_CLIP);
-    if (IsWindowVisible(dialog))
-        SetForegroundWindow(dialog); // a hidden one would take the keyboard away
+    if (IsWindowVisible(dialog)) { // a hidden one needs no clip, and would take the keyboard away
+        SendDlgItemMessageA(dialog, IDC_CLIP, ACM_OPENA,
+                            reinterpret_cast<WPARAM>(GetModuleHandleA(nullptr)),
+                            reinterpret_cast<LPARAM>(MAKEINTRESOURCEA(clip)));
+        MakeRoomBelow(dialog, IDC_CLIP);
+        SetForegroundWindow(dialog);
+    }
     LoopWav(terminal.m_SendMid);
 }
 
