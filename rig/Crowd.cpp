@@ -1,6 +1,7 @@
 #include "rig/Crowd.h"
 
 #include "base/Text.h"
+#include "fileops/ReceiveFileDialog.h"
 #include "resources/resource.h"
 #include "rig/Terminal.h"
 
@@ -17,10 +18,11 @@ Crowd::Crowd(const TestFolder& folder, const std::vector<ComPair>& pairs) : m_Fo
                 worker.terminal = &TerminalOf(window);
         worker.device = std::make_unique<SimDevice>(
             pairs[i].device, folder.Path(worker.place + "\\device"), "", sim::DeviceSetup(), false);
-        worker.terminal->m_ShowProgress = 0;
+        worker.terminal->Settings.m_ShowProgress = 0;
         worker.terminal->SelectDevice("a");
         EXPECT_TRUE(worker.terminal->OpenPort(pairs[i].number, 115200));
-        CopyText(worker.terminal->m_ReceiveFile, folder.Path(worker.place + "\\back.bin").c_str());
+        CopyText(worker.terminal->Settings.m_ReceiveFile,
+                 folder.Path(worker.place + "\\back.bin").c_str());
         m_Workers.push_back(std::move(worker));
     }
 }
@@ -41,17 +43,20 @@ bool Crowd::AllDone() {
     bool done = true;
     for (std::size_t i = 0; i < m_Workers.size(); ++i) {
         Worker& worker = m_Workers[i];
-        if (!worker.terminal->m_ProgressDialog && worker.left > 0)
+        if (worker.terminal->TakesLists() && worker.left > 0)
             Start(worker, (static_cast<std::size_t>(worker.left--) + i) % 2 == 0);
-        done = done && worker.left == 0 && !worker.terminal->m_ProgressDialog;
+        done = done && worker.left == 0 && worker.terminal->TakesLists();
     }
     return done;
 }
 
 void Crowd::Start(Worker& worker, bool sends) {
     const std::string list = m_Folder.Path(worker.place + "\\send.bin") + std::string(2, '\0');
-    EXPECT_TRUE(sends ? worker.terminal->StartSendList(list.data(), list.size())
-                      : worker.terminal->StartReceiveList());
+    if (sends)
+        worker.terminal->StartSendList(list.data(), list.size());
+    else
+        OpenReceiveFileDialog(*worker.terminal);
+    EXPECT_NE(worker.terminal->Operation.m_ProgressDialog, nullptr);
 }
 
 int Crowd::WrongFiles() const {

@@ -1,11 +1,17 @@
 #pragma once
 
-// A window that counts what a port posts to it.
+// A port that goes with its test, and a window that counts what it posts.
 
 #include "link/ComPort.h"
 #include "rig/Wait.h"
 
 #include <map>
+#include <memory>
+
+struct PortCloser {
+    void operator()(ComPort* port) const { DestroyComPort(port); }
+};
+using OwnedPort = std::unique_ptr<ComPort, PortCloser>;
 
 class NoticeWindow {
 public:
@@ -31,14 +37,20 @@ public:
         return count;
     }
 
+    // lParam of the last notice of a kind.
+    std::uint64_t Last(NotifyKind kind) { return m_Last[kind]; }
+
 private:
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         auto* self = reinterpret_cast<NoticeWindow*>(GetWindowLongPtrA(window, GWLP_USERDATA));
-        if (message == Message)
+        if (message == Message) {
             ++self->m_Counts[wParam];
+            self->m_Last[wParam] = static_cast<std::uint64_t>(lParam);
+        }
         return DefWindowProcA(window, message, wParam, lParam);
     }
 
     HWND m_Window;
     std::map<WPARAM, int> m_Counts;
+    std::map<WPARAM, std::uint64_t> m_Last;
 };

@@ -1,11 +1,15 @@
 #include "rig/Terminal.h"
 
+#include "resources/resource.h"
 #include "rig/ComPeer.h"
 #include "shell/Dispatcher.h"
 
 #include <commctrl.h>
 
 namespace {
+
+constexpr DWORD LongestClose = 10000; // ms
+constexpr WPARAM GaugePart = 1;       // of the status bar
 
 BOOL CALLBACK CollectTerminal(HWND window, LPARAM parameter) {
     char name[64];
@@ -39,10 +43,42 @@ std::string TextOf(HWND window) {
     return text;
 }
 
+HWND OutputOf(const ZoTerm& terminal) {
+    return FindWindowExA(terminal.m_hWnd, nullptr, "EDIT", nullptr);
+}
+
+HWND CommandBoxOf(const ZoTerm& terminal) {
+    return GetDlgItem(terminal.m_hWnd, IDC_COMMAND);
+}
+
+HWND StatusBarOf(const ZoTerm& terminal) {
+    return GetDlgItem(terminal.m_hWnd, IDC_STATUS_BAR);
+}
+
+HWND RebarOf(const ZoTerm& terminal) {
+    return FindWindowExA(terminal.m_hWnd, nullptr, REBARCLASSNAMEA, nullptr);
+}
+
+HWND ToolbarOf(const ZoTerm& terminal) {
+    return FindWindowExA(RebarOf(terminal), nullptr, TOOLBARCLASSNAMEA, nullptr);
+}
+
+// The part is drawn by its owner, so its text is a number.
+std::uint32_t GaugeOf(const ZoTerm& terminal) {
+    char text[32] = {};
+    return static_cast<std::uint32_t>(SendMessageA(StatusBarOf(terminal), SB_GETTEXTA, GaugePart,
+                                                   reinterpret_cast<LPARAM>(text)));
+}
+
+bool IsBusy(const ZoTerm& terminal) {
+    return (GetMenuState(GetMenu(terminal.m_hWnd), 0, MF_BYPOSITION) & MF_GRAYED) != 0;
+}
+
 TerminalTest::~TerminalTest() {
     for (const HWND window : TerminalWindows())
         SendMessageA(window, WM_CLOSE, 0, 0);
-    EXPECT_FALSE(IsWindow(dispatcher)) << "the dispatcher ends with its last terminal";
+    EXPECT_TRUE(WaitUntil([&] { return !IsWindow(dispatcher); }, LongestClose))
+        << "the dispatcher ends with its last terminal";
     PumpMessages(); // the quit message too
     RemoveKey(SettingsRoot);
 }
@@ -59,8 +95,27 @@ ZoTerm& TerminalTest::StartConnected() {
     PlantNumber(std::string(SettingsRoot) + "\\Instance0", "Port",
                 static_cast<DWORD>(ReadComPair().number));
     Start();
-    EXPECT_EQ(terminal->m_PortNumber, ReadComPair().number);
+    EXPECT_EQ(terminal->Settings.m_PortNumber, ReadComPair().number);
     return *terminal;
+}
+
+bool TerminalTest::Close() {
+    const HWND window = terminal->m_hWnd;
+    SendMessageA(window, WM_CLOSE, 0, 0);
+    return WaitUntil([&] { return !IsWindow(window); }, LongestClose);
+}
+
+bool TerminalTest::LoseNotices(NotifyKind last) {
+    const ULONGLONG end = GetTickCount64() + Patience;
+    MSG notice = {};
+    while (notice.wParam != last || static_cast<DWORD>(notice.lParam) == ERROR_IO_PENDING) {
+        if (PeekMessageA(&notice, terminal->m_hWnd, LinkMessage, LinkMessage, PM_REMOVE))
+            continue;
+        if (GetTickCount64() > end)
+            return false;
+        Sleep(1);
+    }
+    return true;
 }
 
 bool TerminalTest::ItemIsChecked(int menu, int position) {
@@ -72,5 +127,5 @@ bool TerminalTest::ItemIsGrayed(int menu, int position) {
 }
 
 bool TerminalTest::ButtonIsEnabled(WORD command) {
-    return SendMessageA(terminal->m_hToolbar, TB_ISBUTTONENABLED, command, 0) != 0;
+    return SendMessageA(ToolbarOf(*terminal), TB_ISBUTTONENABLED, command, 0) != 0;
 }

@@ -20,6 +20,19 @@ ZoTerm& TerminalOf(HWND window);
 
 std::string TextOf(HWND window);
 
+// The controls of a terminal, as any other program finds them.
+HWND OutputOf(const ZoTerm& terminal);
+HWND CommandBoxOf(const ZoTerm& terminal);
+HWND StatusBarOf(const ZoTerm& terminal);
+HWND RebarOf(const ZoTerm& terminal);
+HWND ToolbarOf(const ZoTerm& terminal);
+
+// The value that the gauge shows.
+std::uint32_t GaugeOf(const ZoTerm& terminal);
+
+// True while a file operation has grayed the menus.
+bool IsBusy(const ZoTerm& terminal);
+
 // Starts without stored settings; what a test plants before Start is loaded.
 class TerminalTest : public testing::Test {
 protected:
@@ -32,7 +45,14 @@ protected:
     // Start with the null modem's near end open.
     ZoTerm& StartConnected();
 
-    void Command(WORD command) { SendMessageA(terminal->m_hWnd, WM_COMMAND, command, 0); }
+    // Asks the terminal to close. True when its window goes: what runs is canceled first.
+    bool Close();
+
+    void Command(WPARAM command) { SendMessageA(terminal->m_hWnd, WM_COMMAND, command, 0); }
+
+    // Takes the link's notices away, as modal loops may, up to one of that kind that is not about
+    // the progress of a transfer. Dispatches no message.
+    bool LoseNotices(NotifyKind last);
 
     bool ItemIsChecked(int menu, int position);
     bool ItemIsGrayed(int menu, int position);

@@ -13,35 +13,34 @@ namespace {
 
 INT_PTR OnInitDialog(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    AttachOperation(terminal, dialog);
+    AttachOperation(terminal, dialog, Activity::Booting);
     ShowOperation(dialog);
-    SetFileLine(dialog, "Booting", terminal.m_BootFile);
+    SetFileLine(dialog, "Booting", terminal.Settings.m_BootFile);
     SetProgressLine(dialog, "Waiting for reboot...");
-    const bool started = terminal.Port->StartSend(nullptr, terminal.m_BootFile, nullptr,
-                                                  SendModeBoot, ComPort::DefaultImageBlockSize) ||
-                         terminal.Port->LastError() == ERROR_IO_PENDING;
-    if (started) {
+    if (terminal.Port->StartSend(nullptr, terminal.Settings.m_BootFile, nullptr, SendModeBoot,
+                                 ComPort::DefaultImageBlockSize)) {
+        AwaitTransfer(terminal);
         BeginOperation(terminal, IDV_SEND);
         return FALSE; // the focus is where it belongs
     }
-    terminal.m_ProgressDialog = nullptr;
+    terminal.Operation = {};
+    terminal.SetActivity(Activity::Idle);
     DestroyWindow(dialog);
     return FALSE;
 }
 
-// The status comes from the snapshot, which may be newer than the notification.
-INT_PTR OnTransfer(HWND dialog) {
+INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
+    TransferInfo info = {};
+    const TransferNews news = LookAtTransfer(terminal, notification, info);
+    if (news == TransferNews::Ended)
+        EndOperation(terminal, terminal.Settings.m_CompleteWav, Activity::Idle);
+    if (news != TransferNews::Progress)
+        return TRUE;
     ShowWindow(GetDlgItem(dialog, IDC_REBOOT), SW_HIDE);
     SendMessageA(dialog, DM_SETDEFID, IDCANCEL, 0);
-    TransferInfo info = {};
-    const bool open = terminal.Port->GetTransferInfo(&info);
     if (info.Block == 0)
         PlayClip(terminal);
-    if (!open || info.Status != ERROR_IO_PENDING) {
-        EndOperation(terminal, terminal.m_CompleteWav);
-        return TRUE;
-    }
     char text[100];
     FormatText(text, "%u of %u (%u blocks, %u errors)", info.Done, info.Size, info.Block,
                info.Errors);
@@ -50,27 +49,19 @@ INT_PTR OnTransfer(HWND dialog) {
     return TRUE;
 }
 
-INT_PTR OnCancel(HWND dialog) {
-    ZoTerm& terminal = TerminalOfDialog(dialog);
-    terminal.Port->StopSend(); // its last notification closes the dialog
-    TransferInfo info = {};
-    terminal.Port->GetTransferInfo(&info);
-    if (info.Status == ERROR_IO_PENDING && info.Block == 0)
-        EndOperation(terminal, terminal.m_CompleteWav);
-    return TRUE;
-}
-
 INT_PTR OnCommand(HWND dialog, WORD command) {
     if (command == IDC_REBOOT)
-        TerminalOfDialog(dialog).SendCommandAloud("reboot");
-    return command == IDCANCEL ? OnCancel(dialog) : command == IDC_REBOOT;
+        TerminalOfDialog(dialog).QueueLine("reboot", LineAloud);
+    if (command == IDCANCEL)
+        TerminalOfDialog(dialog).Port->StopSend(); // its last notification closes the dialog
+    return command == IDCANCEL || command == IDC_REBOOT;
 }
 
-INT_PTR CALLBACK BootDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+INT_PTR CALLBACK BootDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_INITDIALOG: return OnInitDialog(dialog);
     case WM_COMMAND: return OnCommand(dialog, LOWORD(wParam));
-    case LinkMessage: return OnTransfer(dialog);
+    case LinkMessage: return OnTransfer(dialog, lParam);
     case WM_DESTROY: ForgetOperation(dialog); return TRUE;
     }
     return FALSE;

@@ -1,22 +1,36 @@
 #include "fileops/FileOperation.h"
 
 #include "base/Text.h"
-#include "fileops/Batch.h"
+#include "batch/TransferResult.h"
+#include "fileops/Converter.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/Sounds.h"
 #include "terminal/ZoTerm.h"
 
+#include <utility>
+
 namespace {
 
 constexpr LPARAM WholeClip = MAKELPARAM(0, -1); // from the first frame to the last
 constexpr WPARAM ForEver = static_cast<WPARAM>(-1);
+constexpr int ClipWidth = 272; // pixels, of both clips
+constexpr int ClipHeight = 60;
+
+// A control takes the size of its clip when that is opened; the room is there before.
+void MakeRoomForClip(HWND dialog) {
+    SetWindowPos(GetDlgItem(dialog, IDC_CLIP), nullptr, 0, 0, ClipWidth, ClipHeight,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    MakeRoomBelow(dialog, IDC_CLIP);
+}
 
 } // namespace
 
-void AttachOperation(ZoTerm& terminal, HWND dialog) {
-    terminal.m_ProgressDialog = dialog;
-    terminal.m_ClipPlays = false;
+void AttachOperation(ZoTerm& terminal, HWND dialog, Activity activity) {
+    terminal.Operation = {};
+    terminal.Operation.m_ProgressDialog = dialog;
+    terminal.SetActivity(activity);
+    MakeRoomForClip(dialog);
     CenterOverTerminal(dialog);
 }
 
@@ -26,29 +40,51 @@ void ShowOperation(HWND dialog) {
 }
 
 void BeginOperation(ZoTerm& terminal, WORD clip) {
-    const HWND dialog = terminal.m_ProgressDialog;
+    const HWND dialog = terminal.Operation.m_ProgressDialog;
     terminal.EnableCommands(false);
     if (IsWindowVisible(dialog)) { // a hidden one needs no clip, and would take the keyboard away
         SendDlgItemMessageA(dialog, IDC_CLIP, ACM_OPENA,
                             reinterpret_cast<WPARAM>(GetModuleHandleA(nullptr)),
                             reinterpret_cast<LPARAM>(MAKEINTRESOURCEA(clip)));
-        MakeRoomBelow(dialog, IDC_CLIP);
         SetForegroundWindow(dialog);
     }
-    LoopWav(terminal.m_SendMid);
+    LoopWav(terminal.Settings.m_SendMid);
+}
+
+void AwaitTransfer(ZoTerm& terminal) {
+    TransferInfo info = {};
+    terminal.Port->GetTransferInfo(&info, &terminal.Operation.m_Transfer);
+}
+
+TransferNews LookAtTransfer(ZoTerm& terminal, LPARAM notification, TransferInfo& info) {
+    const auto about = static_cast<std::uint32_t>(static_cast<std::uint64_t>(notification) >> 32);
+    std::uint32_t& awaited = terminal.Operation.m_Transfer;
+    if (awaited == 0 || (about != 0 && about != awaited))
+        return TransferNews::None;
+    std::uint32_t number = 0;
+    if (!terminal.Port->GetTransferInfo(&info, &number) || number != awaited)
+        info = {ERROR_CANCELLED, 0, 0, 0, 0};
+    if (info.Status == ERROR_IO_PENDING)
+        return about == 0 ? TransferNews::None : TransferNews::Progress;
+    awaited = 0;
+    return TransferNews::Ended;
 }
 
 // A clip that is told to play begins again, so it is told once.
 void PlayClip(ZoTerm& terminal) {
-    if (terminal.m_ClipPlays)
+    if (std::exchange(terminal.Operation.m_ClipPlays, true))
         return;
-    terminal.m_ClipPlays = true;
-    SendDlgItemMessageA(terminal.m_ProgressDialog, IDC_CLIP, ACM_PLAY, ForEver, WholeClip);
+    SendDlgItemMessageA(terminal.Operation.m_ProgressDialog, IDC_CLIP, ACM_PLAY, ForEver,
+                        WholeClip);
 }
 
-void EndOperation(ZoTerm& terminal, const char* sound) {
-    const HWND dialog = terminal.m_ProgressDialog;
-    terminal.m_ProgressDialog = nullptr;
+void EndOperation(ZoTerm& terminal, const char* sound, Activity activity) {
+    const HWND dialog = terminal.Operation.m_ProgressDialog;
+    LeaveConversion(terminal.Operation.m_Conversion);
+    if (terminal.Operation.m_RenameDialog) // its answer is for this operation only
+        EndDialog(terminal.Operation.m_RenameDialog, 0);
+    terminal.Operation = {};
+    terminal.SetActivity(activity);
     terminal.EnableCommands(true);
     SendDlgItemMessageA(dialog, IDC_CLIP, ACM_STOP, 0, 0);
     SendDlgItemMessageA(dialog, IDC_CLIP, ACM_OPENA, 0, 0);
@@ -58,9 +94,10 @@ void EndOperation(ZoTerm& terminal, const char* sound) {
 
 void ForgetOperation(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    if (terminal.m_ProgressDialog != dialog)
+    if (terminal.Operation.m_ProgressDialog != dialog)
         return;
-    terminal.m_ProgressDialog = nullptr;
+    LeaveConversion(terminal.Operation.m_Conversion);
+    terminal.Operation = {};
     StopSounds();
 }
 

@@ -1,16 +1,19 @@
 #pragma once
 
 // What the send, receive and boot dialogs share. GUI thread. At most one of these dialogs is open
-// for a terminal; its m_ProgressDialog tells which.
+// for a terminal; its Operation.m_ProgressDialog says which.
+
+#include "link/ComPort.h"
 
 #include <windows.h>
 
 #include <cstdint>
 
 class ZoTerm;
+enum class Activity;
 
 // The dialog has been created: it is the terminal's operation now, and stands over its window.
-void AttachOperation(ZoTerm& terminal, HWND dialog);
+void AttachOperation(ZoTerm& terminal, HWND dialog, Activity activity);
 
 // Shows the dialog with the keyboard on its Cancel button.
 void ShowOperation(HWND dialog);
@@ -19,12 +22,23 @@ void ShowOperation(HWND dialog);
 // front and starts the looping sound.
 void BeginOperation(ZoTerm& terminal, WORD clip);
 
+// The link has started a transfer for the operation: from here on, its notifications count.
+void AwaitTransfer(ZoTerm& terminal);
+
+// What a notification is about.
+enum class TransferNews { None, Progress, Ended };
+
+// Looks how the operation's transfer stands; `info` is its snapshot. A notification of another
+// transfer is no news, nor is one that only comes by timer, unless the transfer has ended. Ended is
+// returned once. With the port closed the transfer has failed.
+TransferNews LookAtTransfer(ZoTerm& terminal, LPARAM notification, TransferInfo& info);
+
 // Plays the clip over and over, from the first call on.
 void PlayClip(ZoTerm& terminal);
 
 // Ends an operation however far it has come: the commands come back, the clip stops, `sound`
-// replaces the looping one (empty: silence), the dialog is destroyed.
-void EndOperation(ZoTerm& terminal, const char* sound);
+// replaces the looping one (empty: silence), the dialog is destroyed. `activity` follows.
+void EndOperation(ZoTerm& terminal, const char* sound, Activity activity);
 
 // WM_DESTROY of a dialog that goes with its terminal's window instead: ends the sound.
 void ForgetOperation(HWND dialog);

@@ -8,69 +8,65 @@
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/Module.h"
+#include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
-
-#include <algorithm>
 
 namespace {
 
-constexpr DWORD SettleTime = 300; // ms until the rest of the console's text has come
+constexpr UINT SettleTime = 300; // ms until the rest of the console's text has come
 
-void TellConsole(ZoTerm& terminal, const char* command) {
-    terminal.Port->SendCommand("\n");
-    terminal.Port->SendCommand(command);
-}
+constexpr char ProgramTalks[] = "\n\0pc on\n\0";
+constexpr char PersonTalks[] = "\n\0pc off\n\0";
 
-// A receive leaves no records, and none of an earlier batch.
-void ClearResults(ZoTerm& terminal) {
-    std::fill_n(terminal.m_Results, terminal.m_ResultsSize, '\0');
-}
-
+// The console's text that the device wrote meanwhile, and what of it still comes.
 void ShowConsoleText(ZoTerm& terminal) {
     terminal.ShowPortOutput();
-    Sleep(SettleTime);
-    terminal.ShowPortOutput();
+    SetTimer(terminal.m_hWnd, SettleTimerId, SettleTime, nullptr);
 }
 
 INT_PTR OnInitDialog(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    AttachOperation(terminal, dialog);
-    if (terminal.m_ShowProgress)
+    AttachOperation(terminal, dialog, Activity::Receiving);
+    if (terminal.Settings.m_ShowProgress)
         ShowOperation(dialog);
-    SetFileLine(dialog, "Receiving", terminal.m_ReceiveFile);
+    SetFileLine(dialog, "Receiving", terminal.Settings.m_ReceiveFile);
     SetProgressLine(dialog, "Initializing...");
 
     char remote[2 * MAX_PATH]; // longer than any name that the link takes
-    FormatText(remote, "/%s/%s", terminal.m_DeviceName, BaseName(terminal.m_ReceiveFile));
-    terminal.m_CancelRequested = 0;
-    TellConsole(terminal, "pc on\n");
-    if (terminal.Port->StartReceive(terminal.m_ReceiveFile, remote)) {
+    FormatText(remote, "/%s/%s", terminal.Settings.m_DeviceName,
+               BaseName(terminal.Settings.m_ReceiveFile));
+    terminal.Batch.m_CancelRequested = 0;
+    terminal.QueueLines(ProgramTalks, LineSilent); // the transfer's own line comes behind them
+    if (terminal.Port->StartReceive(terminal.Settings.m_ReceiveFile, remote)) {
+        AwaitTransfer(terminal);
         BeginOperation(terminal, IDV_RECEIVE);
         PlayClip(terminal);
         return FALSE;
     }
-    EndOperation(terminal, "");
-    ClearResults(terminal);
+    terminal.After = {};
+    terminal.After.consoleWaits = true;
+    EndOperation(terminal, "", Activity::Ending);
+    terminal.Batch.ClearRecords();
     ShowConsoleText(terminal);
-    TellConsole(terminal, "pc off\n");
     return FALSE; // the focus is where it belongs
 }
 
-INT_PTR OnTransfer(HWND dialog, DWORD status) {
+INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    if (status != ERROR_IO_PENDING) {
-        EndOperation(terminal, "");
-        TellConsole(terminal, "pc off\n");
-        ClearResults(terminal);
-        ShowConsoleText(terminal);
-        return TRUE;
-    }
     TransferInfo info = {};
-    terminal.Port->GetTransferInfo(&info);
+    const TransferNews news = LookAtTransfer(terminal, notification, info);
+    if (news == TransferNews::Ended) {
+        EndOperation(terminal, "", Activity::Idle);
+        terminal.QueueLines(PersonTalks, LineSilent);
+        terminal.Batch.ClearRecords();
+        ShowConsoleText(terminal);
+    }
+    if (news != TransferNews::Progress)
+        return TRUE;
     char text[100];
     FormatText(text, "%u (%u blocks, %u errors)", info.Done, info.Block, info.Errors);
     SetProgressLine(dialog, text);
-    // The device tells no size, so what has come is all that is known.
+    // The device names no size, so what has come is all that is known.
     FormatText(text, "%u of %u bytes received", info.Done, info.Done);
     terminal.SetStatusText(text);
     return TRUE;
@@ -80,7 +76,7 @@ INT_PTR OnCommand(HWND dialog, WORD command) {
     if (command != IDCANCEL)
         return FALSE;
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    terminal.m_CancelRequested = 1;
+    terminal.Batch.m_CancelRequested = 1;
     terminal.Port->StopReceive(); // its last notification ends the operation
     return TRUE;
 }
@@ -89,7 +85,7 @@ INT_PTR CALLBACK ReceiveFileDialog(HWND dialog, UINT message, WPARAM wParam, LPA
     switch (message) {
     case WM_INITDIALOG: return OnInitDialog(dialog);
     case WM_COMMAND: return OnCommand(dialog, LOWORD(wParam));
-    case LinkMessage: return OnTransfer(dialog, static_cast<DWORD>(lParam));
+    case LinkMessage: return OnTransfer(dialog, lParam);
     case WM_DESTROY: ForgetOperation(dialog); return TRUE;
     }
     return FALSE;
@@ -100,4 +96,9 @@ INT_PTR CALLBACK ReceiveFileDialog(HWND dialog, UINT message, WPARAM wParam, LPA
 void OpenReceiveFileDialog(ZoTerm& terminal) {
     CreateDialogParamA(ProgramModule, MAKEINTRESOURCEA(IDD_RECEIVE), terminal.m_hWnd,
                        &ReceiveFileDialog, 0);
+}
+
+void FinishFailedReceive(ZoTerm& terminal) {
+    terminal.QueueLines(PersonTalks, LineSilent);
+    terminal.SetActivity(Activity::Idle);
 }

@@ -1,79 +1,43 @@
-// The batch controller: one file after another to the device, each with its record.
+// The progress dialog of a batch: one file after another to the device. The batch itself says what
+// comes next.
 
 #include "fileops/SendFilesDialog.h"
 
 #include "base/Owned.h"
 #include "base/Text.h"
-#include "fileops/Batch.h"
+#include "fileops/Converter.h"
 #include "fileops/FileOperation.h"
 #include "fileops/SmallDialogs.h"
 #include "fileops/SummaryDialog.h"
-#include "link/codec/DeviceName.h"
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "settings/MusicSupport.h"
 #include "terminal/Dialogs.h"
+#include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
-#include <algorithm>
-#include <cstring>
-#include <limits>
+#include <cstdarg>
 #include <utility>
 
 namespace {
 
-constexpr DWORD SettleTime = 500; // ms that the device gets between two files
+constexpr UINT SettleTime = 500; // ms that the device gets between two files
+constexpr UINT_PTR SettleTimer = 1;
 constexpr std::size_t CommandRoom = MusicTextRoom + ZoTerm::ConvertedFileRoom;
 
-// How a batch ends: its sound, the record of the file that it ended with, what follows.
+// How a batch ends: its sound, the record of the file that it ended with, whether it is complete.
 struct Ending {
-    char (ZoTerm::*sound)[MAX_PATH];
+    char (BatchSettings::*sound)[BatchSettings::PathRoom];
     ResultCode record;
-    bool musicCommand;
+    bool complete;
 };
 
-constexpr Ending NormalEnding = {&ZoTerm::m_CompleteWav, ResultEnd, true};
-constexpr Ending NoFileEnding = {&ZoTerm::m_CompleteWav, ResultEnd, false};
-constexpr Ending StartFailedEnding = {&ZoTerm::m_CmdErrWav, ResultApiError, false};
-constexpr Ending FileFailedEnding = {&ZoTerm::m_CompleteWav, ResultApiError, false};
-constexpr Ending CancelledEnding = {&ZoTerm::m_CompleteWav, ResultCancelled, false};
-
-enum class Search { Found, ListRanOut, Cancelled };
-
-void AppendResult(ZoTerm& terminal, const TransferResult& result) {
-    const auto used = static_cast<std::size_t>(terminal.m_CurrentResult - terminal.m_Results);
-    if (used + ResultsRoom(1) <= terminal.m_ResultsSize)
-        terminal.m_CurrentResult = PutResult(terminal.m_CurrentResult, result);
-}
-
-void AppendCode(ZoTerm& terminal, ResultCode code) {
-    TransferResult result;
-    result.code = code;
-    AppendResult(terminal, result);
-}
-
-void AppendDeviceName(ZoTerm& terminal) {
-    const char* const name = BaseName(terminal.m_DeviceFileName);
-    const std::size_t size = std::strlen(name) + 1;
-    const auto used =
-        static_cast<std::size_t>(terminal.m_CurrentDeviceName - terminal.m_DeviceNames);
-    if (used + size + 1 > terminal.m_DeviceNamesSize)
-        return;
-    std::memcpy(terminal.m_CurrentDeviceName, name, size);
-    terminal.m_CurrentDeviceName += size;
-}
-
-// What follows comes by a message, when nothing of the dialog is under way any more.
-void EndBatch(ZoTerm& terminal, const Ending& ending) {
-    EndOperation(terminal, terminal.*ending.sound);
-    if (ending.record != ResultEnd)
-        AppendCode(terminal, ending.record);
-    terminal.SetStatusText("");
-    terminal.m_MusicCommandWaits = ending.musicCommand && terminal.m_ConvertedBatch;
-    const bool summary = terminal.m_DisplaySummary && !terminal.m_ImageMode;
-    PostMessageA(terminal.m_hWnd, BatchEndedMessage, summary, ending.musicCommand);
-}
+constexpr Ending NormalEnding = {&BatchSettings::completeWav, ResultEnd, true};
+constexpr Ending NoFileEnding = {&BatchSettings::completeWav, ResultEnd, false};
+constexpr Ending StartFailedEnding = {&BatchSettings::errorWav, ResultApiError, false};
+constexpr Ending FileFailedEnding = {&BatchSettings::completeWav, ResultApiError, false};
+constexpr Ending CancelledEnding = {&BatchSettings::completeWav, ResultCancelled, false};
 
 // A line for the system's debugger.
 ZO_PRINTF_LIKE(1, 2)
@@ -86,185 +50,241 @@ void Trace(const char* format, ...) {
     OutputDebugStringA(line);
 }
 
-// A batch whose first file is to be converted consists of the converted file.
-void ConvertFirst(ZoTerm& terminal) {
-    terminal.m_ConvertedBatch = terminal.ConvertFile(terminal.m_FileList, terminal.ConvertedFile);
-    if (!terminal.m_ConvertedBatch)
-        return;
-    Trace("ZoTerm->ConvertFile(): %s\n", terminal.ConvertedFile);
-    Trace("ZoTerm->m_MusicSupportCurrentExtention: %s\n", terminal.ConvertedFile);
-    terminal.m_CurrentFile = terminal.ConvertedFile;
+// The summary comes by a message, when nothing of the dialog is under way any more. Without one the
+// terminal is idle when the dialog is gone.
+void EndBatch(ZoTerm& terminal, const Ending& ending) {
+    TransferBatch& batch = terminal.Batch;
+    terminal.After = {};
+    terminal.After.summary = batch.Used.showsSummary && !batch.m_ImageMode;
+    terminal.After.complete = ending.complete;
+    terminal.After.converted = terminal.Operation.m_Converted;
+    EndOperation(terminal, batch.Used.*ending.sound, Activity::Ending);
+    if (ending.record != ResultEnd)
+        batch.Record(ending.record);
+    terminal.SetStatusText("");
+    if (terminal.After.summary)
+        terminal.LookLater();
+    else
+        FinishBatch(terminal);
 }
 
-std::uint32_t FileSize(const char* path) {
+std::uint64_t FileSize(const char* path) {
     const HANDLE handle = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         return 0;
     const OwnedHandle file(handle);
     LARGE_INTEGER size = {};
-    if (!GetFileSizeEx(file.get(), &size))
-        return 0;
-    return static_cast<std::uint32_t>(
-        std::min<LONGLONG>(size.QuadPart, std::numeric_limits<std::uint32_t>::max()));
+    return GetFileSizeEx(file.get(), &size) ? static_cast<std::uint64_t>(size.QuadPart) : 0;
 }
 
-std::uint32_t ListBytes(const char* list) {
+std::uint64_t ListBytes(const char* list) {
     std::uint64_t total = 0;
     for (; *list; list = NextName(list))
         total += FileSize(list);
-    return static_cast<std::uint32_t>(
-        std::min<std::uint64_t>(total, std::numeric_limits<std::uint32_t>::max()));
+    return total;
 }
 
-// Puts the batch's list in front: the image alone, a converted file alone, or the terminal's list.
-void ChooseList(ZoTerm& terminal, HWND dialog, bool image) {
-    terminal.m_ImageMode = image;
-    terminal.m_ConvertedBatch = false;
-    terminal.m_CurrentFile = terminal.m_FileList;
-    if (image) {
-        SetWindowTextA(dialog, "Sending Image File");
-        EndAsList(terminal.m_ImageFile);
-        terminal.m_CurrentFile = terminal.m_ImageFile;
-    } else {
-        ConvertFirst(terminal);
-    }
-    terminal.m_BatchBytesTotal = ListBytes(terminal.m_CurrentFile);
-    terminal.m_BatchBytesDone = 0;
-    terminal.m_CurrentDeviceName = terminal.m_DeviceNames;
-    terminal.m_CurrentResult = terminal.m_Results;
-}
-
-// The file goes under its own name. Of a path too long for the field its name is enough.
-void TakeOwnName(ZoTerm& terminal) {
-    if (!CopyText(terminal.m_DeviceFileName, terminal.m_CurrentFile))
-        CopyText(terminal.m_DeviceFileName, BaseName(terminal.m_CurrentFile));
-}
-
-// Asks the user for a name. Whoever handed over the list is not kept waiting for that.
-bool AskNewName(ZoTerm& terminal) {
-    ReplyMessage(terminal.m_ProgressDialog != nullptr);
-    return OpenRenameDialog(terminal);
-}
-
-// Moves on, from the current file, to one that has a name for the device.
-Search FindFile(ZoTerm& terminal) {
-    for (; *terminal.m_CurrentFile; terminal.m_CurrentFile = NextName(terminal.m_CurrentFile)) {
-        if (ValidDeviceName(terminal.m_CurrentFile)) {
-            TakeOwnName(terminal);
-            return Search::Found;
-        }
-        const bool renamed = terminal.m_AskBeforeSendWrongFile && AskNewName(terminal);
-        if (terminal.m_CancelRequested)
-            return Search::Cancelled;
-        if (renamed)
-            return Search::Found;
-        AppendCode(terminal, ResultWrongName);
-    }
-    return Search::ListRanOut;
+void ShowFile(ZoTerm& terminal) {
+    const HWND dialog = terminal.Operation.m_ProgressDialog;
+    SetFileLine(dialog, "Sending", terminal.Batch.m_CurrentFile);
+    SetProgressLine(dialog, "Initializing...");
+    SendDlgItemMessageA(dialog, IDC_FILE_BAR, PBM_SETPOS, 0, 0);
 }
 
 // Starts the transfer of the current file.
-bool StartFile(ZoTerm& terminal) {
-    const HWND dialog = terminal.m_ProgressDialog;
-    SetFileLine(dialog, "Sending", terminal.m_CurrentFile);
-    SetProgressLine(dialog, "Initializing...");
-    SendDlgItemMessageA(dialog, IDC_FILE_BAR, PBM_SETPOS, 0, 0);
-    const bool image = terminal.m_ImageMode != 0;
-    return terminal.Port->StartSend(image ? nullptr : terminal.m_DeviceName, terminal.m_CurrentFile,
-                                    terminal.m_DeviceFileName, image ? SendModeImage : SendModeFile,
-                                    terminal.m_ImageBlockSize) ||
-           terminal.Port->LastError() == ERROR_IO_PENDING;
+bool StartTransfer(ZoTerm& terminal) {
+    const TransferBatch& batch = terminal.Batch;
+    const bool image = batch.m_ImageMode != 0;
+    if (!terminal.Port->StartSend(image ? nullptr : batch.Used.folder, batch.m_CurrentFile,
+                                  batch.m_DeviceFileName, image ? SendModeImage : SendModeFile,
+                                  batch.Used.imageBlockSize))
+        return false;
+    AwaitTransfer(terminal);
+    return true;
+}
+
+void StartFirst(ZoTerm& terminal) {
+    ShowFile(terminal);
+    if (!StartTransfer(terminal)) {
+        EndBatch(terminal, StartFailedEnding);
+        return;
+    }
+    terminal.Operation.m_Begun = true;
+    BeginOperation(terminal, IDV_SEND);
+}
+
+// Between two files the device gets an empty line, and then some time.
+void Settle(ZoTerm& terminal) {
+    ShowFile(terminal);
+    terminal.Operation.m_AwaitedLine = terminal.NewTag();
+    if (!terminal.QueueLine("", terminal.Operation.m_AwaitedLine))
+        SetTimer(terminal.Operation.m_ProgressDialog, SettleTimer, SettleTime, nullptr);
+}
+
+void StartCurrent(ZoTerm& terminal) {
+    if (terminal.Operation.m_Begun)
+        Settle(terminal);
+    else
+        StartFirst(terminal);
+}
+
+// The next file of the list that has a name, the question for a name, or the batch's end.
+void Continue(ZoTerm& terminal) {
+    switch (terminal.Batch.FindFile(terminal.Batch.Used.asksForNames)) {
+    case TransferBatch::Search::Found: StartCurrent(terminal); return;
+    case TransferBatch::Search::WantsName:
+        terminal.Operation.m_WantsName = true;
+        terminal.LookLater(); // no dialog opens within the message at hand
+        return;
+    case TransferBatch::Search::ListRanOut:
+        EndBatch(terminal, terminal.Operation.m_Begun ? NormalEnding : NoFileEnding);
+        return;
+    }
+}
+
+void BeginBatch(ZoTerm& terminal, const char* list, bool image) {
+    terminal.SetActivity(Activity::Sending);
+    terminal.Batch.Begin(list, image, ListBytes(list));
+    if (!image) {
+        Continue(terminal);
+        return;
+    }
+    terminal.Batch.TakeOwnName();
+    StartFirst(terminal);
+}
+
+// A batch whose first file has been converted consists of the converted file.
+void BeginConverted(ZoTerm& terminal) {
+    LeaveConversion(std::exchange(terminal.Operation.m_Conversion, nullptr));
+    terminal.Operation.m_Converted = true;
+    Trace("ZoTerm->ConvertFile(): %s\n", terminal.ConvertedFile);
+    Trace("ZoTerm->m_MusicSupportCurrentExtention: %s\n", terminal.ConvertedFile);
+    BeginBatch(terminal, terminal.ConvertedFile, false);
+}
+
+// True when the batch goes on by itself, later or with the converted file.
+bool Convert(ZoTerm& terminal) {
+    char commandLine[ZoTerm::ConvertedFileRoom] = {};
+    const char* const first = terminal.Batch.m_FileList;
+    if (!terminal.ConvertFile(first, terminal.ConvertedFile, commandLine))
+        return false;
+    if (commandLine[0])
+        terminal.Operation.m_Conversion =
+            StartConversion(commandLine, terminal.m_hWnd, LookMessage);
+    if (!terminal.Operation.m_Conversion) {
+        BeginConverted(terminal); // as with a converter that fails
+        return true;
+    }
+    terminal.SetActivity(Activity::Converting);
+    SetFileLine(terminal.Operation.m_ProgressDialog, "Converting", first);
+    return true;
+}
+
+BatchSettings SettingsInUse(const TermSettings& settings) {
+    BatchSettings used;
+    CopyText(used.folder, settings.m_DeviceName);
+    CopyText(used.completeWav, settings.m_CompleteWav);
+    CopyText(used.errorWav, settings.m_CmdErrWav);
+    used.imageBlockSize = settings.m_ImageBlockSize;
+    used.asksForNames = settings.m_AskBeforeSendWrongFile != 0;
+    used.showsSummary = settings.m_DisplaySummary != 0;
+    return used;
 }
 
 INT_PTR OnInitDialog(HWND dialog, bool image) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    AttachOperation(terminal, dialog);
-    ChooseList(terminal, dialog, image);
-    if (image || terminal.m_ShowProgress)
-        ShowOperation(dialog);
-
-    Search search = Search::Found;
+    AttachOperation(terminal, dialog, Activity::Sending);
+    terminal.Batch.Used = SettingsInUse(terminal.Settings);
     if (image)
-        TakeOwnName(terminal);
-    else
-        search = FindFile(terminal);
-    if (search == Search::ListRanOut)
-        EndBatch(terminal, NoFileEnding);
-    else if (search == Search::Cancelled)
-        EndBatch(terminal, CancelledEnding);
-    else if (StartFile(terminal))
-        BeginOperation(terminal, IDV_SEND);
-    else
-        EndBatch(terminal, StartFailedEnding);
+        SetWindowTextA(dialog, "Sending Image File");
+    if (image || terminal.Settings.m_ShowProgress)
+        ShowOperation(dialog);
+    if (image) {
+        EndAsList(terminal.Settings.m_ImageFile);
+        BeginBatch(terminal, terminal.Settings.m_ImageFile, true);
+    } else if (!Convert(terminal)) {
+        BeginBatch(terminal, terminal.Batch.m_FileList, false);
+    }
     return FALSE; // the focus is where it belongs
 }
 
 void ShowProgress(ZoTerm& terminal, const TransferInfo& info) {
-    const HWND dialog = terminal.m_ProgressDialog;
-    const std::uint32_t done = info.Done + terminal.m_BatchBytesDone;
+    const HWND dialog = terminal.Operation.m_ProgressDialog;
+    const std::uint32_t total = terminal.Batch.m_BatchBytesTotal;
+    const std::uint32_t done = info.Done + terminal.Batch.m_BatchBytesDone;
     char text[100];
     FormatText(text, "%u of %u (%u blocks, %u errors)", info.Done, info.Size, info.Block,
                info.Errors);
     SetProgressLine(dialog, text);
     SetBar(dialog, IDC_FILE_BAR, info.Done, info.Size);
-    SetBar(dialog, IDC_BATCH_BAR, done, terminal.m_BatchBytesTotal);
-    FormatText(text, "%u of %u bytes sended", done, terminal.m_BatchBytesTotal);
+    SetBar(dialog, IDC_BATCH_BAR, done, total);
+    FormatText(text, "%u of %u bytes sended", done, total);
     terminal.SetStatusText(text);
 }
 
-// The next file of the list, or the batch's end.
-void GoOn(ZoTerm& terminal) {
-    terminal.m_CurrentFile = NextName(terminal.m_CurrentFile);
-    // A Cancel that came when the last transfer was over already ends the batch before the next.
-    const bool ended = *terminal.m_CurrentFile && terminal.m_CancelRequested;
-    const Search search = ended ? Search::Cancelled : FindFile(terminal);
-    if (search == Search::ListRanOut) {
-        EndBatch(terminal, NormalEnding);
-        return;
-    }
-    if (search == Search::Cancelled) {
+void EndFile(ZoTerm& terminal, const TransferInfo& info) {
+    TransferBatch& batch = terminal.Batch;
+    const HWND dialog = terminal.Operation.m_ProgressDialog;
+    if (info.Status == ERROR_SUCCESS) {
+        batch.RecordSent(info.Block + 1, info.Errors, info.Size);
+        SetBar(dialog, IDC_FILE_BAR, info.Size, info.Size);
+    } else if (batch.m_CancelRequested) {
         EndBatch(terminal, CancelledEnding);
         return;
+    } else {
+        batch.Record(ResultSendError);
     }
-    terminal.Port->SendCommand("");
-    Sleep(SettleTime);
-    if (!StartFile(terminal))
-        EndBatch(terminal, FileFailedEnding);
+    batch.FinishFile(info.Size);
+    SetBar(dialog, IDC_BATCH_BAR, batch.m_BatchBytesDone, batch.m_BatchBytesTotal);
+    if (batch.m_CancelRequested && !batch.AtEnd()) // it came when the file had gone through
+        EndBatch(terminal, CancelledEnding);
+    else
+        Continue(terminal);
 }
 
-INT_PTR OnTransfer(HWND dialog, DWORD status) {
+INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     TransferInfo info = {};
-    terminal.Port->GetTransferInfo(&info);
-    if (info.Block == 0 && terminal.m_CurrentFile == terminal.m_FileList)
+    const TransferNews news = LookAtTransfer(terminal, notification, info);
+    if (news == TransferNews::None)
+        return TRUE;
+    if (info.Block == 0 && terminal.Batch.AtFirstOfList())
         PlayClip(terminal);
-    if (status == ERROR_IO_PENDING) {
+    if (news == TransferNews::Progress)
         ShowProgress(terminal, info);
-        return TRUE;
-    }
-    if (status == ERROR_SUCCESS) {
-        AppendResult(terminal, SentResult(info.Block + 1, info.Errors, info.Size));
-        AppendDeviceName(terminal);
-        SetBar(dialog, IDC_FILE_BAR, info.Size, info.Size);
-    } else if (terminal.m_CancelRequested) {
-        EndBatch(terminal, CancelledEnding);
-        return TRUE;
-    } else {
-        AppendCode(terminal, ResultSendError);
-    }
-    terminal.m_BatchBytesDone += info.Size;
-    SetBar(dialog, IDC_BATCH_BAR, terminal.m_BatchBytesDone, terminal.m_BatchBytesTotal);
-    GoOn(terminal);
+    else
+        EndFile(terminal, info);
     return TRUE;
 }
 
+INT_PTR OnLine(HWND dialog, LPARAM tag) {
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    if (static_cast<std::uint32_t>(tag) == terminal.Operation.m_AwaitedLine)
+        SetTimer(dialog, SettleTimer, SettleTime, nullptr);
+    return TRUE;
+}
+
+INT_PTR OnTimer(HWND dialog) {
+    KillTimer(dialog, SettleTimer);
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    if (!StartTransfer(terminal))
+        EndBatch(terminal, FileFailedEnding);
+    return TRUE;
+}
+
+// A transfer's last notification ends the batch; what else the batch may wait for just ends.
 INT_PTR OnCommand(HWND dialog, WORD command) {
     if (command != IDCANCEL)
         return FALSE;
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    terminal.m_CancelRequested = 1;
-    terminal.Port->StopSend(); // its last notification ends the batch
+    terminal.Batch.m_CancelRequested = 1;
+    if (terminal.Operation.m_Transfer != 0)
+        terminal.Port->StopSend();
+    else if (terminal.Operation.m_RenameDialog)
+        EndDialog(terminal.Operation.m_RenameDialog, 0);
+    else
+        EndBatch(terminal, CancelledEnding);
     return TRUE;
 }
 
@@ -272,10 +292,28 @@ INT_PTR CALLBACK SendFilesDialog(HWND dialog, UINT message, WPARAM wParam, LPARA
     switch (message) {
     case WM_INITDIALOG: return OnInitDialog(dialog, lParam != 0);
     case WM_COMMAND: return OnCommand(dialog, LOWORD(wParam));
-    case LinkMessage: return OnTransfer(dialog, static_cast<DWORD>(lParam));
+    case WM_TIMER: return wParam == SettleTimer ? OnTimer(dialog) : FALSE;
+    case LinkMessage:
+        return wParam == NotifyAnswer ? OnLine(dialog, lParam) : OnTransfer(dialog, lParam);
     case WM_DESTROY: ForgetOperation(dialog); return TRUE;
     }
     return FALSE;
+}
+
+// The device's command for the file that was converted and sent.
+void SendMusicCommand(ZoTerm& terminal) {
+    const std::int32_t row = terminal.m_MusicSupportCurrentExtention;
+    Trace("ZoTerm->m_MusicSupportCurrentExtention: %d\n", static_cast<int>(row));
+    if (!terminal.After.converted || row < 0 || row >= terminal.Settings.m_MusicSupportExt)
+        return;
+    char line[CommandRoom];
+    const bool fits =
+        FormatText(line, "%s %s", MusicText(terminal.Settings.m_MusicRows[row].command),
+                   BaseName(terminal.ConvertedFile));
+    if (!fits || HasControlCharacter(line)) // a line end would make two commands of it
+        return;
+    Trace("ZoTerm->Port->SendCommand(): %s\n", line);
+    terminal.QueueLine(line, LineSilent);
 }
 
 } // namespace
@@ -285,20 +323,40 @@ void OpenSendFilesDialog(ZoTerm& terminal, bool image) {
                        image);
 }
 
-void FinishBatch(ZoTerm& terminal, bool summary, bool complete) {
-    if (summary)
+void AskForName(ZoTerm& terminal) {
+    const HWND dialog = terminal.Operation.m_ProgressDialog;
+    terminal.Operation.m_WantsName = false;
+    const ModalScope scope(terminal);
+    const bool renamed = OpenRenameDialog(terminal);
+    if (!dialog || terminal.Operation.m_ProgressDialog != dialog)
+        return; // the batch has ended meanwhile
+    if (terminal.Batch.m_CancelRequested) {
+        EndBatch(terminal, CancelledEnding);
+    } else if (renamed && terminal.Batch.Rename()) {
+        StartCurrent(terminal);
+    } else {
+        terminal.Batch.RefuseName();
+        Continue(terminal);
+    }
+}
+
+void LookAtConverter(ZoTerm& terminal) {
+    if (terminal.Operation.m_Conversion && ConversionEnded(terminal.Operation.m_Conversion))
+        BeginConverted(terminal);
+}
+
+void FinishBatch(ZoTerm& terminal) {
+    if (terminal.Closes())
+        terminal.After = {};
+    if (terminal.After.summary && !terminal.MayOpenSummary())
+        return;
+    if (std::exchange(terminal.After.summary, false)) {
+        terminal.After.shown = true;
         OpenSummaryDialog(terminal);
-    if (complete)
-        Trace("ZoTerm->m_MusicSupportCurrentExtention: %d\n",
-              static_cast<int>(terminal.m_MusicSupportCurrentExtention));
-    const std::int32_t row = terminal.m_MusicSupportCurrentExtention;
-    if (!std::exchange(terminal.m_MusicCommandWaits, false) || row < 0)
+    }
+    if (terminal.After.shown && terminal.SummaryIsOpen()) // the rest comes when it is closed
         return;
-    char line[CommandRoom];
-    const bool fits = FormatText(line, "%s %s", MusicText(terminal.m_MusicSupportCommands[row]),
-                                 BaseName(terminal.ConvertedFile));
-    if (!fits || HasControlCharacter(line)) // a line end would make two commands of it
-        return;
-    Trace("ZoTerm->Port->SendCommand(): %s\n", line);
-    terminal.Port->SendCommand(line);
+    if (std::exchange(terminal.After.complete, false))
+        SendMusicCommand(terminal);
+    terminal.SetActivity(Activity::Idle);
 }

@@ -3,9 +3,17 @@
 class ZoTerm;
 
 // GUI thread. Sends the terminal's file list, or with `image` its screen image. The batch runs in
-// the dialog's messages; when the call returns, m_ProgressDialog tells whether it does.
+// the dialog's messages; when the call returns, Operation.m_ProgressDialog says whether it does.
 void OpenSendFilesDialog(ZoTerm& terminal, bool image);
 
+// Asks the user for the name that the batch waits for, and goes on with it. Returns when the user
+// has answered.
+void AskForName(ZoTerm& terminal);
+
+// The converter of the batch may have ended: then the batch goes on.
+void LookAtConverter(ZoTerm& terminal);
+
 // What follows a batch once its dialog is gone: the summary when it is wanted and, when the batch
-// is complete, the device's command for a converted file. Returns when the summary is closed.
-void FinishBatch(ZoTerm& terminal, bool summary, bool complete);
+// is complete, the device's command for a converted file. Returns when the summary is closed; while
+// another modal dialog of the terminal is open it does nothing yet.
+void FinishBatch(ZoTerm& terminal);

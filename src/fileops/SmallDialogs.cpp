@@ -4,6 +4,7 @@
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
+#include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
@@ -11,7 +12,8 @@ namespace {
 
 constexpr char VersionText[] = "Version 1.0 build 50";
 
-INT_PTR Run(const ZoTerm& terminal, WORD dialog, DLGPROC procedure) {
+INT_PTR Run(ZoTerm& terminal, WORD dialog, DLGPROC procedure) {
+    const ModalScope scope(terminal);
     return DialogBoxParamA(ProgramModule, MAKEINTRESOURCEA(dialog), terminal.m_hWnd, procedure, 0);
 }
 
@@ -22,19 +24,19 @@ INT_PTR Close(HWND dialog, INT_PTR result) {
 
 INT_PTR InitPort(HWND dialog) {
     CenterOverTerminal(dialog);
-    SetDlgItemInt(dialog, IDC_NAME, static_cast<UINT>(TerminalOfDialog(dialog).m_PortNumber),
-                  FALSE);
+    SetDlgItemInt(dialog, IDC_NAME,
+                  static_cast<UINT>(TerminalOfDialog(dialog).Settings.m_PortNumber), FALSE);
     return TRUE;
 }
 
-// What is no number leaves the dialog open.
+// What is no number leaves the dialog open, and so does a port that is at work.
 INT_PTR OpenTypedPort(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     BOOL isNumber = FALSE;
     const UINT number = GetDlgItemInt(dialog, IDC_NAME, &isNumber, FALSE);
-    if (!isNumber)
+    if (!isNumber || !terminal.MayChangeLine())
         return TRUE;
-    terminal.OpenPort(static_cast<std::int32_t>(number), terminal.m_BaudRate);
+    terminal.OpenPort(static_cast<std::int32_t>(number), terminal.Settings.m_BaudRate);
     return Close(dialog, 0);
 }
 
@@ -52,14 +54,17 @@ INT_PTR CALLBACK PortDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 
 INT_PTR InitDevice(HWND dialog) {
     CenterOverTerminal(dialog);
-    SetDlgItemTextA(dialog, IDC_NAME, TerminalOfDialog(dialog).m_DeviceName);
+    SetDlgItemTextA(dialog, IDC_NAME, TerminalOfDialog(dialog).Settings.m_DeviceName);
     return TRUE;
 }
 
 INT_PTR SetTypedDevice(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    GetDlgItemTextA(dialog, IDC_NAME, terminal.m_DeviceName, sizeof(terminal.m_DeviceName));
-    terminal.SelectDevice(terminal.m_DeviceName);
+    if (!terminal.MayChangeLine())
+        return TRUE;
+    GetDlgItemTextA(dialog, IDC_NAME, terminal.Settings.m_DeviceName,
+                    sizeof(terminal.Settings.m_DeviceName));
+    terminal.SelectDevice(terminal.Settings.m_DeviceName);
     return Close(dialog, 0);
 }
 
@@ -76,9 +81,10 @@ INT_PTR CALLBACK DeviceDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) 
 }
 
 INT_PTR InitRename(HWND dialog) {
+    TerminalOfDialog(dialog).Operation.m_RenameDialog = dialog;
     MakeRoomForText(dialog, IDC_RENAME_TEXT);
     CenterOverTerminal(dialog);
-    const char* const name = BaseName(TerminalOfDialog(dialog).m_CurrentFile);
+    const char* const name = BaseName(TerminalOfDialog(dialog).Batch.m_CurrentFile);
     SetDlgItemTextA(dialog, IDC_FILE_LINE, name);
     SetDlgItemTextA(dialog, IDC_NEW_NAME, name);
     SendDlgItemMessageA(dialog, IDC_NEW_NAME, EM_SETSEL, 0, -1);
@@ -88,9 +94,9 @@ INT_PTR InitRename(HWND dialog) {
 
 bool TakeTypedName(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    GetDlgItemTextA(dialog, IDC_NEW_NAME, terminal.m_DeviceFileName,
-                    sizeof(terminal.m_DeviceFileName));
-    return ValidDeviceName(terminal.m_DeviceFileName) != 0;
+    GetDlgItemTextA(dialog, IDC_NEW_NAME, terminal.Batch.m_DeviceFileName,
+                    sizeof(terminal.Batch.m_DeviceFileName));
+    return ValidDeviceName(terminal.Batch.m_DeviceFileName) != 0;
 }
 
 INT_PTR OnRenameCommand(HWND dialog, WORD command, WORD notification) {
@@ -108,6 +114,7 @@ INT_PTR OnRenameCommand(HWND dialog, WORD command, WORD notification) {
 INT_PTR CALLBACK RenameDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
     switch (message) {
     case WM_INITDIALOG: return InitRename(dialog);
+    case WM_DESTROY: TerminalOfDialog(dialog).Operation.m_RenameDialog = nullptr; return TRUE;
     case WM_COMMAND: return OnRenameCommand(dialog, LOWORD(wParam), HIWORD(wParam));
     }
     return FALSE;

@@ -3,10 +3,11 @@
 #include "fileops/SummaryDialog.h"
 
 #include "base/Text.h"
-#include "fileops/Batch.h"
+#include "batch/TransferResult.h"
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
+#include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
@@ -93,9 +94,9 @@ void InsertRow(HWND list, int row, const char* name, const Status& status) {
 
 void FillRows(const ZoTerm& terminal, HWND list) {
     SendMessageA(list, LVM_DELETEALLITEMS, 0, 0);
-    const char* file = terminal.m_FileList;
-    const char* deviceName = terminal.m_DeviceNames;
-    const char* at = terminal.m_Results;
+    const char* file = terminal.Batch.m_FileList;
+    const char* deviceName = terminal.Batch.m_DeviceNames;
+    const char* at = terminal.Batch.m_Results;
     TransferResult result;
     for (int row = 0; (at = GetResult(at, result)) != nullptr; ++row) {
         InsertRow(list, row, file, StatusOf(result));
@@ -111,14 +112,14 @@ void FillRows(const ZoTerm& terminal, HWND list) {
 }
 
 void InsertColumns(const ZoTerm& terminal, HWND list) {
-    const bool stored =
-        std::any_of(std::begin(terminal.m_SummaryColumnWidths),
-                    std::end(terminal.m_SummaryColumnWidths), [](int width) { return width != 0; });
+    const bool stored = std::any_of(std::begin(terminal.Settings.m_SummaryColumnWidths),
+                                    std::end(terminal.Settings.m_SummaryColumnWidths),
+                                    [](int width) { return width != 0; });
     for (int i = 0; i < static_cast<int>(std::size(Columns)); ++i) {
         LVCOLUMNA column = {};
         column.mask = LVCF_FMT | LVCF_TEXT | LVCF_WIDTH;
         column.fmt = Columns[i].format;
-        column.cx = stored ? terminal.m_SummaryColumnWidths[i] : Columns[i].width;
+        column.cx = stored ? terminal.Settings.m_SummaryColumnWidths[i] : Columns[i].width;
         column.pszText = const_cast<char*>(Columns[i].title); // only read
         SendMessageA(list, LVM_INSERTCOLUMNA, static_cast<WPARAM>(i),
                      reinterpret_cast<LPARAM>(&column));
@@ -140,7 +141,7 @@ HIMAGELIST MakeImages() {
 
 // Back to where it was left, if that is a place on a screen still.
 void Place(const ZoTerm& terminal, HWND dialog) {
-    const RECT& rect = terminal.m_SummaryRect;
+    const RECT& rect = terminal.Settings.m_SummaryRect;
     const bool stored = rect.left != 0 || rect.top != 0;
     if (stored && MonitorFromRect(&rect, MONITOR_DEFAULTTONULL))
         MoveTo(dialog, rect);
@@ -162,7 +163,7 @@ INT_PTR OnInitDialog(HWND dialog) {
 }
 
 void Remember(HWND dialog) {
-    GetWindowRect(dialog, &TerminalOfDialog(dialog).m_SummaryRect);
+    GetWindowRect(dialog, &TerminalOfDialog(dialog).Settings.m_SummaryRect);
 }
 
 INT_PTR OnSize(HWND dialog, int width, int height) {
@@ -187,7 +188,7 @@ INT_PTR OnMove(HWND dialog) {
 INT_PTR OnDestroy(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     for (int i = 0; i < static_cast<int>(std::size(Columns)); ++i)
-        terminal.m_SummaryColumnWidths[i] = static_cast<std::int32_t>(
+        terminal.Settings.m_SummaryColumnWidths[i] = static_cast<std::int32_t>(
             SendMessageA(ListOf(dialog), LVM_GETCOLUMNWIDTH, static_cast<WPARAM>(i), 0));
     terminal.m_SummaryDialog = nullptr;
     terminal.m_SummaryImages = nullptr; // the list has destroyed them, or will
@@ -217,7 +218,9 @@ INT_PTR CALLBACK SummaryDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM 
 void OpenSummaryDialog(ZoTerm& terminal) {
     if (terminal.m_SummaryDialog)
         FillRows(terminal, ListOf(terminal.m_SummaryDialog));
-    else
+    else {
+        const ModalScope scope(terminal);
         DialogBoxParamA(ProgramModule, MAKEINTRESOURCEA(IDD_SUMMARY), terminal.m_hWnd,
                         &SummaryDialog, 0);
+    }
 }

@@ -1,7 +1,9 @@
-// Command lines: the text with its checksum out, the device's one answer byte back.
+// Command lines: one queue for each port. Its thread sends one line after the other: the text with
+// its checksum out, the device's one answer byte back.
 
 #include "link/ComPort.h"
 
+#include "base/Owned.h"
 #include "link/InputLock.h"
 #include "link/codec/CommandSum.h"
 
@@ -9,31 +11,163 @@
 #include <memory>
 #include <new>
 
+bool ComPort::QueueCommand(const char* line, std::uint32_t tag) {
+    return QueueChain(LineQueue::Make(line, std::strlen(line), tag));
+}
+
+bool ComPort::QueueCommands(const char* lines, std::uint32_t tag) {
+    QueuedLine* first = nullptr;
+    QueuedLine** end = &first;
+    for (const char* line = lines; *line; line += std::strlen(line) + 1) {
+        *end = LineQueue::Make(line, std::strlen(line), tag);
+        if (!*end) {
+            LineQueue::Free(first);
+            return Fail(ERROR_NOT_ENOUGH_MEMORY);
+        }
+        end = &(*end)->next;
+    }
+    return !first || QueueChain(first);
+}
+
+// Takes the chain over, also when it is refused.
+bool ComPort::QueueChain(QueuedLine* chain) {
+    DWORD error = ERROR_SUCCESS;
+    if (!chain)
+        error = ERROR_NOT_ENOUGH_MEMORY;
+    else if (!RequireOpen())
+        error = ERROR_INVALID_HANDLE;
+    else {
+        const SectionLock lock(m_QueueLock);
+        if (!m_Queue.Add(chain))
+            error = ERROR_NO_SYSTEM_RESOURCES;
+    }
+    if (error != ERROR_SUCCESS) {
+        LineQueue::Free(chain);
+        return Fail(error);
+    }
+    SetEvent(m_LineEvent);
+    return true;
+}
+
+bool ComPort::TakeResult(LineResult* result) {
+    const SectionLock lock(m_QueueLock);
+    return m_Queue.TakeResult(result);
+}
+
+bool ComPort::AwaitsResults() {
+    const SectionLock lock(m_QueueLock);
+    return m_Queue.AwaitsResults();
+}
+
 bool ComPort::SendCommand(const char* line) {
-    if (!RequireOpen())
+    return Ask(line, nullptr, false);
+}
+
+// SendCommand for a line that is taken back when the event `giveUp` is set before its turn.
+// `entersRaw`: once it is accepted, no line but a worker's goes out any more.
+bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw) {
+    const OwnedHandle done(CreateEventA(nullptr, TRUE, FALSE, nullptr));
+    QueuedLine* const queued = done ? LineQueue::Make(line, std::strlen(line), 0) : nullptr;
+    if (!queued)
+        return Fail(ERROR_NOT_ENOUGH_MEMORY);
+    queued->done = done.get();
+    queued->entersRaw = entersRaw;
+    if (!QueueChain(queued))
         return false;
-    const std::size_t room = CommandLineRoom(std::strlen(line));
-    const std::unique_ptr<std::uint8_t[]> wire(new (std::nothrow) std::uint8_t[room]);
+    const HANDLE either[] = {done.get(), giveUp};
+    if (WaitForMultipleObjects(giveUp ? 2 : 1, either, FALSE, INFINITE) != WAIT_OBJECT_0 &&
+        !TakeBack(queued))
+        WaitForSingleObject(done.get(), INFINITE);
+    const bool accepted = queued->accepted;
+    LineQueue::Free(queued);
+    return accepted;
+}
+
+bool ComPort::TakeBack(QueuedLine* line) {
+    const SectionLock lock(m_QueueLock);
+    return m_Queue.Remove(line);
+}
+
+void ComPort::RunLines() {
+    const HANDLE either[] = {m_StopLinesEvent, m_LineEvent};
+    while (WaitForMultipleObjects(2, either, FALSE, INFINITE) != WAIT_OBJECT_0)
+        while (QueuedLine* const line = NextLine())
+            FinishLine(line, Exchange(*line));
+}
+
+QueuedLine* ComPort::NextLine() {
+    const SectionLock lock(m_QueueLock);
+    return m_Queue.TakeFirst();
+}
+
+void ComPort::FinishLine(QueuedLine* line, bool accepted) {
+    const bool worker = line->Worker();
+    if (line->entersRaw && accepted)
+        m_RawAhead = true;
+    {
+        const SectionLock lock(m_QueueLock);
+        m_Queue.Finish(line, accepted);
+    }
+    if (!worker)
+        Post(NotifyAnswer);
+}
+
+// When the line thread has ended.
+void ComPort::RefuseWaitingLines() {
+    const SectionLock lock(m_QueueLock);
+    while (QueuedLine* const line = m_Queue.TakeFirst())
+        m_Queue.Finish(line, false);
+}
+
+// A line of the terminal that meets packets would be read as one of them.
+bool ComPort::Exchange(const QueuedLine& line) {
+    const bool refused = !line.Worker() && (m_RawAhead || WaitForSingleObject(m_RefuseLinesEvent,
+                                                                              0) == WAIT_OBJECT_0);
+    if (refused || m_Lost)
+        return false;
+    const std::unique_ptr<std::uint8_t[]> wire(new (std::nothrow)
+                                                   std::uint8_t[CommandLineRoom(line.length)]);
     if (!wire)
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
-    // A line that the user types waits for one of a transfer, and the other way round.
-    const SectionLock lock(m_CommandLock);
-    const std::size_t length = EncodeCommandLine(line, m_CommandSum, wire.get());
+    std::uint32_t sum = 0; // the line's own, so ports never disturb each other
+    const std::size_t length = EncodeCommandLine(line.Text(), sum, wire.get());
+    return SendAndAwait(line, wire.get(), length);
+}
 
-    m_AnswerAwaited = true;
-    SetEvent(m_EndGatheringEvent); // an answer must not be read together with the reply behind it
-    m_CommandAnswer = AnswerPending;
-    ResetEvent(m_CommandEvent);
-    // A line that takes no bytes brings no answer either: no second wait for that.
-    const bool written =
-        WriteWithin(wire.get(), static_cast<std::uint32_t>(length), CommandTimeout);
-
-    if (wire[0] == '\n')
-        m_CommandAnswer = AnswerAccepted; // the device does not answer an empty line
-    else if (written) {
-        const HANDLE either[] = {m_CommandEvent, m_AbortWaitsEvent};
-        WaitForMultipleObjects(2, either, FALSE, CommandTimeout);
+// A line that takes no bytes brings no answer either: no second wait for that. The device does not
+// answer an empty line.
+bool ComPort::SendAndAwait(const QueuedLine& line, const std::uint8_t* wire, std::size_t length) {
+    AwaitAnswer();
+    const bool written = WriteWithin(wire, static_cast<std::uint32_t>(length), CommandTimeout);
+    if (wire[0] == '\n') {
+        TakeCommandAnswer();
+        return true;
     }
+    if (written) {
+        const HANDLE ends[] = {m_CommandEvent, m_AbortWaitsEvent, m_RefuseLinesEvent};
+        WaitForMultipleObjects(line.Worker() ? 2 : 3, ends, FALSE, CommandTimeout);
+    }
+    return TakeCommandAnswer();
+}
+
+// From here on an answer byte is the line's. It must not be read together with the reply behind
+// it, so text gathers no longer.
+void ComPort::AwaitAnswer() {
+    {
+        const InputLock lock(*this);
+        m_WatchedLine.Clear();
+        m_CommandAnswer = AnswerPending;
+        m_AnswerAwaited = true;
+        ResetEvent(m_CommandEvent);
+    }
+    SetEvent(m_EndGatheringEvent);
+}
+
+// Ends the wait. An answer that comes later is nobody's.
+bool ComPort::TakeCommandAnswer() {
+    const InputLock lock(*this);
+    const bool accepted = m_CommandAnswer == AnswerAccepted;
+    m_CommandAnswer = AnswerNone;
     m_AnswerAwaited = false;
-    return m_CommandAnswer == AnswerAccepted || m_ReplyState == ReplySend;
+    return accepted;
 }

@@ -4,9 +4,10 @@
 
 #include "link/InputLock.h"
 
-int ComPort::ReadByte() {
+// The next byte; -1 when none came in time or the receive is to end.
+int ComPort::ReadByte(PacketSource& source) {
     if (m_InCount == 0 && !m_ReceiveAbort)
-        WaitForSingleObject(m_DataEvent, m_ByteTimeout);
+        WaitForSingleObject(m_DataEvent, source.m_ByteTimeout);
     if (m_ReceiveAbort)
         return -1;
 
@@ -16,28 +17,23 @@ int ComPort::ReadByte() {
     if (TakeFront(input, &byte, 1) == 0)
         return -1;
     m_InCount = input.count;
-    if (input.count == 0)
+    if (input.count == 0 && !m_ReceiveAbort)
         ResetEvent(m_DataEvent);
-    m_PacketCrc = AddCrc(m_PacketCrc, byte);
+    source.m_PacketCrc = AddCrc(source.m_PacketCrc, byte);
     return byte;
 }
 
-std::int32_t ComPort::ReadWord() {
-    return ReadWordFrom(*this);
-}
-
-std::uint32_t ComPort::ReadLong() {
-    return ReadLongFrom(*this);
-}
-
+// See ReadPacketFrom in codec/Packet.h.
 bool ComPort::ReadPacket(std::uint32_t& type, std::uint8_t& sub, std::uint32_t& length,
                          std::uint8_t* payload, std::uint32_t max) {
-    return ReadPacketFrom(*this, type, sub, length, payload, max);
+    PacketSource source{*this};
+    return ReadPacketFrom(source, type, sub, length, payload, max);
 }
 
+// Always true: a control packet that is lost is asked for again.
 bool ComPort::SendControl(std::uint16_t code, std::uint16_t value) {
     std::uint8_t packet[ControlPacketSize];
-    m_PacketCrc = EncodeControl(code, value, packet);
+    EncodeControl(code, value, packet);
     Write(packet, sizeof(packet));
     return true;
 }

@@ -1,6 +1,6 @@
 #include "link/ComPort.h"
 
-#include "base/Owned.h"
+#include "link/InputLock.h"
 
 #include <initializer_list>
 #include <new>
@@ -11,11 +11,6 @@ constexpr WORD XonLimit = 2048;
 constexpr WORD XoffLimit = 512;
 constexpr char XonCharacter = 0x11;
 constexpr char XoffCharacter = 0x13;
-
-DWORD WINAPI ReaderThread(void* port) {
-    static_cast<ComPort*>(port)->RunReader();
-    return 0;
-}
 
 void CloseAndClear(HANDLE& handle) {
     if (handle)
@@ -60,18 +55,22 @@ void DestroyComPort(ComPort* port) {
 
 ComPort::ComPort() {
     InitializeCriticalSection(&m_InLock);
-    InitializeCriticalSection(&m_CommandLock);
+    InitializeCriticalSection(&m_QueueLock);
 }
 
 ComPort::~ComPort() {
     DeleteCriticalSection(&m_InLock);
-    DeleteCriticalSection(&m_CommandLock);
+    DeleteCriticalSection(&m_QueueLock);
 }
 
-// Back to the construction state, whatever the fields hold. No thread of the port may run.
+// Back to the construction state, whatever the fields hold; only results that nobody has taken
+// stay. No thread of the port may run.
 void ComPort::Reset() {
+    LineQueue results;
+    results.Swap(m_Queue);
     this->~ComPort();
     new (this) ComPort;
+    m_Queue.Swap(results);
 }
 
 bool ComPort::Fail(DWORD error) {
@@ -110,7 +109,7 @@ bool ComPort::OpenSteps(const char* path, std::uint32_t baud, std::uint32_t inSi
         return false;
     }
     m_InSize = inSize;
-    return EscapeCommFunction(m_Handle, CLRRTS) && CreateEvents() && StartReader();
+    return EscapeCommFunction(m_Handle, CLRRTS) && CreateEvents() && StartThreads();
 }
 
 bool ComPort::ConfigureLine(std::uint32_t baud) {
@@ -144,6 +143,8 @@ bool ComPort::CreateEvents() {
         {&m_CancelSendEvent, manual},       {&m_StopReaderEvent, manual},
         {&m_CommandEvent, automatic},       {&m_DataEvent, manual},
         {&m_AbortWaitsEvent, manual},       {&m_EndGatheringEvent, automatic},
+        {&m_ReaderRestsEvent, manual},      {&m_LineEvent, automatic},
+        {&m_StopLinesEvent, manual},        {&m_RefuseLinesEvent, manual},
     };
     for (const auto& entry : events) {
         *entry.event = CreateEventA(nullptr, entry.reset, FALSE, nullptr);
@@ -153,26 +154,55 @@ bool ComPort::CreateEvents() {
     return true;
 }
 
-bool ComPort::StartReader() {
-    m_ReaderThread = CreateThread(nullptr, 0, &ReaderThread, this, CREATE_SUSPENDED, nullptr);
-    return m_ReaderThread && ResumeThread(m_ReaderThread) != static_cast<DWORD>(-1);
+bool ComPort::StartThreads() {
+    const struct {
+        HANDLE* thread;
+        LPTHREAD_START_ROUTINE body;
+    } threads[] = {{&m_ReaderThread, &ReaderThread}, {&m_LineThread, &LineThread}};
+    for (const auto& entry : threads) {
+        *entry.thread = CreateThread(nullptr, 0, entry.body, this, CREATE_SUSPENDED, nullptr);
+        if (!*entry.thread || ResumeThread(*entry.thread) == static_cast<DWORD>(-1))
+            return false;
+    }
+    return true;
 }
 
+DWORD WINAPI ComPort::ReaderThread(void* port) {
+    static_cast<ComPort*>(port)->RunReader();
+    return 0;
+}
+
+DWORD WINAPI ComPort::LineThread(void* port) {
+    static_cast<ComPort*>(port)->RunLines();
+    return 0;
+}
+
+// A transfer says its last words through the line thread, and hears the answers through the
+// reader: they end in this order.
 bool ComPort::Close() {
     if (!RequireOpen())
         return false;
+    if (m_RefuseLinesEvent)
+        SetEvent(m_RefuseLinesEvent);
     StopTransfers();
     if (m_AbortWaitsEvent)
         SetEvent(m_AbortWaitsEvent);
-    if (m_ReaderThread) {
-        SetEvent(m_StopReaderEvent);
-        WaitForSingleObject(m_ReaderThread, INFINITE);
-        CloseAndClear(m_ReaderThread);
-    }
+    const struct {
+        HANDLE* thread;
+        HANDLE stop;
+    } threads[] = {{&m_LineThread, m_StopLinesEvent}, {&m_ReaderThread, m_StopReaderEvent}};
+    for (const auto& entry : threads)
+        if (*entry.thread) {
+            SetEvent(entry.stop);
+            WaitForSingleObject(*entry.thread, INFINITE);
+            CloseAndClear(*entry.thread);
+        }
+    RefuseWaitingLines();
 
-    CloseAndClear(m_ReadOverlapped.hEvent);
-    for (HANDLE* event : {&m_ReplyEvent, &m_CancelSendEvent, &m_StopReaderEvent, &m_CommandEvent,
-                          &m_DataEvent, &m_AbortWaitsEvent, &m_EndGatheringEvent})
+    for (HANDLE* event :
+         {&m_ReadOverlapped.hEvent, &m_ReplyEvent, &m_CancelSendEvent, &m_StopReaderEvent,
+          &m_CommandEvent, &m_DataEvent, &m_AbortWaitsEvent, &m_EndGatheringEvent,
+          &m_ReaderRestsEvent, &m_LineEvent, &m_StopLinesEvent, &m_RefuseLinesEvent})
         CloseAndClear(*event);
     delete[] m_InBuffer;
     CloseAndClear(m_Handle);
@@ -194,39 +224,6 @@ bool ComPort::SetBaudRate(std::uint32_t baud) {
     return true;
 }
 
-bool ComPort::Write(const std::uint8_t* data, std::uint32_t length) {
-    return WriteWithin(data, length, INFINITE);
-}
-
-// Write with a limit in ms; ERROR_TIMEOUT when the driver has not taken the bytes by then.
-bool ComPort::WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD timeout) {
-    if (!RequireOpen())
-        return false;
-    const OwnedHandle done(CreateEventA(nullptr, TRUE, FALSE, nullptr));
-    if (!done)
-        return Fail(GetLastError());
-    OVERLAPPED overlapped = {};
-    overlapped.hEvent = done.get();
-    if (WriteFile(m_Handle, data, length, nullptr, &overlapped))
-        return true;
-    if (GetLastError() != ERROR_IO_PENDING)
-        return Fail(GetLastError());
-
-    m_LastError = ERROR_IO_PENDING;
-    const HANDLE either[] = {done.get(), m_AbortWaitsEvent};
-    const DWORD waited = WaitForMultipleObjects(2, either, FALSE, timeout);
-    if (waited != WAIT_OBJECT_0)
-        CancelIoEx(m_Handle, &overlapped);
-
-    // After a cancel this waits only until the driver has let go of the record.
-    DWORD written = 0;
-    if (GetOverlappedResult(m_Handle, &overlapped, &written, TRUE)) {
-        m_LastError = static_cast<DWORD>(overlapped.Internal);
-        return true;
-    }
-    return Fail(waited == WAIT_TIMEOUT ? ERROR_TIMEOUT : GetLastError());
-}
-
 bool ComPort::SetNotify(HWND window, std::uint32_t message, std::uint32_t flags) {
     if (!RequireOpen())
         return false;
@@ -245,9 +242,12 @@ bool ComPort::Answers() {
     return RequireOpen() && (ClearCommError(m_Handle, &errors, nullptr) || Fail(GetLastError()));
 }
 
-bool ComPort::GetTransferInfo(TransferInfo* info) {
+bool ComPort::GetTransferInfo(TransferInfo* info, std::uint32_t* number) {
     if (!RequireOpen())
         return false;
-    *info = {m_Info.Status, m_Info.Size, m_Info.Block, m_Info.Done, m_Info.Errors};
+    const InputLock lock(*this);
+    *info = m_Info;
+    if (number)
+        *number = m_TransferNumber;
     return true;
 }

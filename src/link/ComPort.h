@@ -3,6 +3,7 @@
 // The serial link of one terminal: the port, its reader thread, command lines and their answers,
 // files sent and received.
 
+#include "link/LineQueue.h"
 #include "link/codec/Packet.h"
 #include "link/codec/ReplyLine.h"
 #include "link/codec/SendCursor.h"
@@ -24,28 +25,32 @@ struct TransferInfo {
     std::uint32_t Errors;
 };
 
-// What a notification of the link tells, in wParam. lParam is the transfer's Status.
+// What a notification of the link says, in wParam. It only says "look": what it speaks of stays in
+// the port until it is taken, since a posted message may get lost. The low half of lParam is the
+// transfer's Status; the high half is the number of the transfer for NotifyTransfer.
 enum NotifyKind : std::uint32_t {
     NotifyText = 1,     // device text waits in the input buffer
     NotifyTransfer = 2, // a transfer progressed or ended
-    NotifyLost = 3,     // the port stopped delivering
+    NotifyLost = 3,     // the port stopped delivering; repeated until it is closed
+    NotifyAnswer = 4,   // a queued line has its result
+};
+
+// What the line carries.
+enum class LineMode : std::uint32_t {
+    Text,  // the console's text
+    Lines, // reply lines among the text: a send runs
+    Raw,   // packets: a receive runs
 };
 
 enum SendMode : std::uint32_t { SendModeFile = 0, SendModeBoot = 1, SendModeImage = 2 };
 
 // One COM port. Operations answer nonzero for success; the reason of a failure is in LastError.
-// The GUI thread opens, closes and configures; the reader thread and the transfer threads run
-// inside. Everything that threads share is one 32-bit word or lies behind m_InLock. The fields
-// are the port's own: others go through the operations.
+// The GUI thread opens, closes and configures; inside run the reader thread, the line thread, which
+// sends one command line after the other, and the thread of a transfer. What they share lies
+// behind m_InLock, or m_QueueLock for the lines, or is a single word.
 class ComPort {
 public:
     static constexpr std::uint32_t DefaultImageBlockSize = 264;
-    static constexpr DWORD DriverQueueSize = 4096;
-    static constexpr DWORD CommandTimeout = 2000; // ms for a command line's answer
-    static constexpr DWORD ReplyTimeout = 5000;   // ms for a reply line during a send
-    static constexpr DWORD FramePause = 70;       // ms before each block frame
-    static constexpr DWORD PacketPause = 200;     // ms for the device to answer a request
-    static constexpr DWORD PoliteStop = 2500;     // ms for a transfer to end in its own way
 
     ComPort();
     ~ComPort();
@@ -59,8 +64,9 @@ public:
     bool Open(const char* path, std::uint32_t baud, std::uint32_t inSize);
 
     // GUI thread only. Cancels a transfer, then stops every thread of the port and joins it before
-    // anything it uses is released; ends within 3 s even when the line takes no bytes. Forgets the
-    // notification target. ERROR_INVALID_HANDLE when the port is not open.
+    // anything it uses is released; ends within 3 s even when the line takes no bytes, and at once
+    // when no transfer runs or the port is lost. Lines that wait end unaccepted; their results can
+    // still be taken. Forgets the notification target. ERROR_INVALID_HANDLE when it is not open.
     bool Close();
 
     // GUI thread. Changes the speed in bits per second; a refusal leaves the old one.
@@ -71,15 +77,16 @@ public:
     bool Write(const std::uint8_t* data, std::uint32_t length);
 
     // GUI thread, after Open. Notifications are posted as `message` with a NotifyKind in wParam,
-    // if `flags` has the bit value of NotifyText or NotifyTransfer. A lost port is told whatever
+    // if `flags` has the bit value of NotifyText or NotifyTransfer. The others are posted whatever
     // the flags. At most one text notice waits at a time: see TakeTextNotice.
     bool SetNotify(HWND window, std::uint32_t message, std::uint32_t flags);
 
     // Any thread, also on a closed port. Meaningful to the thread that just got a failure.
     std::uint32_t LastError() const { return m_LastError; }
 
-    // Copies the transfer snapshot.
-    bool GetTransferInfo(TransferInfo* info);
+    // Any thread. Copies the transfer snapshot and, if wanted, the number of the transfer that it
+    // is of. No two transfers of the process have the same number.
+    bool GetTransferInfo(TransferInfo* info, std::uint32_t* number = nullptr);
 
     // GUI thread. True once the port has stopped delivering and until it is closed.
     bool IsLost() const { return m_Lost; }
@@ -93,9 +100,24 @@ public:
     // GUI thread. Takes up to *count bytes of terminal text and sets *count to the number taken.
     bool ReadText(char* buffer, std::uint32_t* count);
 
-    // Any thread; one waits for the other's line. Sends a command line with its checksum and waits
-    // for the device's answer, at most CommandTimeout ms each for the line to take it and for the
-    // device. True when the device accepted it.
+    // Any thread. Puts a command line at the end of the port's queue. One after the other, the
+    // lines go out with their checksum and wait for the device's answer, at most 2 s each for the
+    // line to take the bytes and for the device. The result comes as NotifyAnswer, with `tag`; see
+    // TakeResult. While a receive has the line, it is refused at once. False with
+    // ERROR_NO_SYSTEM_RESOURCES when the queue is full.
+    bool QueueCommand(const char* line, std::uint32_t tag);
+
+    // The same for a packed list of lines, all or none: no other line comes between them.
+    bool QueueCommands(const char* lines, std::uint32_t tag);
+
+    // GUI thread, also on a closed port. The oldest result of a queued line; false when there is
+    // none.
+    bool TakeResult(LineResult* result);
+
+    // GUI thread. True while a queued line has no result that was taken.
+    bool AwaitsResults();
+
+    // A worker thread. Queues a line and waits for its result: true when the device accepted it.
     bool SendCommand(const char* line);
 
     // GUI thread. Reads a local file into memory and starts to send it. On the device it goes to
@@ -104,65 +126,169 @@ public:
     // ERROR_BUSY while a transfer runs, which is left alone; ERROR_INVALID_PARAMETER for a block
     // size that a frame cannot hold; ERROR_FILENAME_EXCED_RANGE or ERROR_INVALID_NAME for a target
     // that no command line can hold; the platform's error when the file cannot be read.
-    // Progress and the end are told by NotifyTransfer; at the end Status is 0, ERROR_BAD_COMMAND
+    // Progress and the end come by NotifyTransfer; at the end Status is 0, ERROR_BAD_COMMAND
     // when the device refused, ERROR_CANCELLED for any other failure.
     bool StartSend(const char* folder, const char* path, const char* nameSource, std::uint32_t mode,
                    std::uint32_t imageBlockSize);
 
-    // GUI thread. Cancels a send and waits for its end, at most 3 s.
+    // GUI thread. Asks a send to end, and returns at once; its last notification comes when it has.
+    // A frame that is under way is finished first, as long as the line takes it.
     void StopSend();
 
     // GUI thread. Starts to receive the device's file `deviceName` into the local file `path`,
     // which is replaced. False with the reason in LastError and Status, as StartSend. Progress and
-    // the end are told by NotifyTransfer; the last one comes when the line is the terminal's again.
+    // the end come by NotifyTransfer; the last one comes when the line is the terminal's again.
     // A failed or canceled receive deletes the local file.
     bool StartReceive(const char* path, const char* deviceName);
 
-    // GUI thread. Cancels a receive and waits for its end, at most 3 s, whatever the device sends.
-    // Always true.
+    // GUI thread. Asks a receive to end, and returns at once. Always true.
     bool StopReceive();
 
-    // Internal operations of the reader and the transfer threads.
-    void RunReader();
-    void RunSend();
-    void RunReceive();
-    void AppendInput(const std::uint8_t* bytes, std::uint32_t count);
+    // GUI thread, when the program is about to be ended from outside: cancels a transfer and waits
+    // for its end, at most 3 s.
+    void FinishTransfer();
+
+private:
+    static constexpr DWORD DriverQueueSize = 4096;
+    static constexpr DWORD CommandTimeout = 2000; // ms for a command line's answer
+    static constexpr DWORD ReplyTimeout = 5000;   // ms for a reply line during a send
+    static constexpr DWORD FramePause = 70;       // ms before each block frame
+    static constexpr DWORD PacketPause = 200;     // ms for the device to answer a request
+    static constexpr DWORD PoliteStop = 2500;     // ms for a transfer to end in its own way
+    static constexpr DWORD NoticeLife = 250;      // ms until a notice counts as lost
+
+    class InputLock;
+    enum class ReaderStep { Bytes, NoBytes, Stopped, Lost };
+
+    // The mode that the bytes of a chunk were sent for. What the reader stores, it stores only as
+    // long as that mode lasts.
+    struct ModeStamp {
+        LineMode mode;
+        std::uint32_t number;
+    };
+
+    // What the reader thread keeps from chunk to chunk.
+    struct Reader {
+        std::unique_ptr<std::uint8_t[]> chunk; // grows to the largest one
+        std::uint32_t room = 0;
+        std::uint64_t lastChunkAt = 0; // GetTickCount64
+    };
+
+    // The packet reader's source; see ReadPacketFrom in codec/Packet.h.
+    struct PacketSource {
+        ComPort& port;
+        std::uint32_t m_ByteTimeout = INFINITE;
+        std::uint32_t m_PacketCrc = CrcPreset;
+
+        int ReadByte() { return port.ReadByte(*this); }
+    };
+
+    static DWORD WINAPI ReaderThread(void* port);
+    static DWORD WINAPI LineThread(void* port);
+    static DWORD WINAPI SendThread(void* port);
+    static DWORD WINAPI ReceiveThread(void* port);
+
+    // Opening and closing (ComPort.cpp).
+    void Reset();
+    bool OpenSteps(const char* path, std::uint32_t baud, std::uint32_t inSize);
+    bool ConfigureLine(std::uint32_t baud);
+    bool CreateEvents();
+    bool StartThreads();
+    bool Fail(DWORD error);
+    bool RequireOpen();
+
+    // Bytes out (ComWrite.cpp).
+    bool WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD timeout,
+                     HANDLE impatient = nullptr);
+    bool WriteFrame(std::uint32_t length);
+
+    // Mode and notifications (ComMode.cpp). SwitchMode needs m_InLock.
+    void SwitchMode(LineMode mode);
+    ModeStamp Stamp();
+    bool Post(NotifyKind kind, std::uint32_t number = 0);
     void PostText();
+
+    // Command lines (ComCommand.cpp).
+    void RunLines();
+    bool QueueChain(QueuedLine* chain);
+    bool TakeBack(QueuedLine* line);
+    QueuedLine* NextLine();
+    void FinishLine(QueuedLine* line, bool accepted);
+    bool Ask(const char* line, HANDLE giveUp, bool entersRaw);
+    bool Exchange(const QueuedLine& line);
+    bool SendAndAwait(const QueuedLine& line, const std::uint8_t* wire, std::size_t length);
+    void AwaitAnswer();
+    bool TakeCommandAnswer();
+    void RefuseWaitingLines();
+
+    // What sends and receives share (ComTransfer.cpp).
+    bool BeginTransfer();
+    bool FailTransfer(DWORD error);
+    bool StartTransferThread(HANDLE& thread, LPTHREAD_START_ROUTINE body);
+    void AwaitPredecessor();
+    void ShowProgress(std::uint32_t block, std::uint32_t done, std::uint32_t errors);
     void PostTransfer();
+    void EndTransfer(DWORD status);
+    void CancelTransfer();
+    void StopTransfers();
+    void JoinTransfer(HANDLE& thread);
 
-    // Send thread. Waits for a reply line: true when one came, false when the send was canceled
-    // or, with a limit, when ReplyTimeout is over.
+    // The send (SendThread.cpp).
+    bool NameTarget(const char* folder, const char* path, const char* nameSource);
+    bool ComposeSendCommand(char (&line)[MAX_PATH]) const;
+    bool LoadSendData(const char* path);
+    bool ReadWhole(HANDLE file);
+    void FreeSendData();
+    std::uint32_t SendBlockSize() const;
+    void RunSend();
+    DWORD SendFile();
+    void ForgetReply();
+    ReplyState WaitReplyTimed(std::uint32_t& block);
     bool WaitReply();
-    bool WaitReplyTimed();
+    bool SendBlocks();
+    std::uint32_t EncodeFrame(const SendCursor& cursor);
 
-    // Receive thread, in raw mode. The next byte, -1 when none came within m_ByteTimeout ms or the
-    // receive is to end.
-    int ReadByte();
-    std::int32_t ReadWord();  // negative with 16 low zero bits when a byte did not come
-    std::uint32_t ReadLong(); // a half that did not come counts as 0
-
-    // Receive thread. See ReadPacketFrom in codec/Packet.h.
+    // The receive (ReceiveThread.cpp, ComPacket.cpp).
+    void RunReceive();
+    DWORD ReceiveFile();
+    void EnterRawMode();
+    void LeaveRawMode(bool aborted);
+    bool StartUpload();
+    DWORD ReceiveBlocks();
+    DWORD StoreBlock(const std::uint8_t* payload, std::uint32_t length);
+    DWORD EndReceive(DWORD status);
+    int ReadByte(PacketSource& source);
     bool ReadPacket(std::uint32_t& type, std::uint8_t& sub, std::uint32_t& length,
                     std::uint8_t* payload, std::uint32_t max);
-
-    // Writes a control packet. Always true: one that is lost is asked for again.
     bool SendControl(std::uint16_t code, std::uint16_t value);
+
+    // The reader (ComReader.cpp). The last ones need m_InLock.
+    void RunReader();
+    ReaderStep ReadChunk(Reader& reader);
+    ReaderStep ReadRest(Reader& reader, std::uint8_t first, const ModeStamp& stamp);
+    bool Gathers(const Reader& reader, const ModeStamp& stamp) const;
+    DWORD GatheringTime() const;
+    ReaderStep ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* taken);
+    DWORD AwaitRead();
+    void HandleChunk(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
+    void HandleText(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
+    void AwaitRoom(std::uint32_t room, const ModeStamp& stamp);
+    bool HandleRaw(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
+    void HandleLines(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
+    void CompleteLine(bool current);
+    void AppendInput(const std::uint8_t* bytes, std::uint32_t count);
+    void WatchForAnswer(const std::uint8_t* bytes, std::uint32_t count);
+    void TakeAnswer(std::uint32_t answer);
 
     HANDLE m_Handle = nullptr;
     std::atomic<std::uint32_t> m_LastError{0};
     HANDLE m_ReaderThread = nullptr;
     HANDLE m_SendThread = nullptr;
     HANDLE m_ReplyEvent = nullptr;
-    std::atomic<std::uint32_t> m_ReplyState{ReplyNone};
-    std::atomic<std::uint32_t> m_RequestedBlock{0};
+    std::uint32_t m_ReplyState = ReplyNone;
+    std::uint32_t m_RequestedBlock = 0;
     HANDLE m_CancelSendEvent = nullptr;
-    struct {
-        std::atomic<std::uint32_t> Status{ERROR_INVALID_HANDLE};
-        std::atomic<std::uint32_t> Size{0};
-        std::atomic<std::uint32_t> Block{0};
-        std::atomic<std::uint32_t> Done{0};
-        std::atomic<std::uint32_t> Errors{0};
-    } m_Info;
+    TransferInfo m_Info = {ERROR_INVALID_HANDLE, 0, 0, 0, 0};
     std::uint8_t* m_InBuffer = nullptr;
     std::uint32_t m_InSize = 0;
     std::atomic<std::uint32_t> m_InCount{0};
@@ -176,11 +302,9 @@ public:
     char m_SendTarget[MAX_PATH] = {};
     std::uint32_t m_SendMode = SendModeFile;
     HANDLE m_StopReaderEvent = nullptr;
-    std::atomic<std::uint32_t> m_CommandAnswer{0};
+    std::uint32_t m_CommandAnswer = AnswerNone;
     HANDLE m_CommandEvent = nullptr;
     std::uint32_t m_ImageBlockSize = DefaultImageBlockSize;
-    std::uint32_t m_ByteTimeout = INFINITE;
-    std::atomic<std::uint32_t> m_RawMode{0};
     HANDLE m_DataEvent = nullptr;
     HANDLE m_ReceiveHandle = nullptr;
     HANDLE m_ReceiveThread = nullptr;
@@ -188,75 +312,32 @@ public:
     char m_ReceivePath[MAX_PATH] = {};
     char m_ReceiveName[MAX_PATH] = {};
 
-    // Each port has registers of its own, so ports never disturb each other.
-    std::uint32_t m_CommandSum = 0;
-    CRITICAL_SECTION m_CommandLock;
-    std::uint32_t m_PacketCrc = CrcPreset;
-    std::uint8_t* m_SendFrame = nullptr;       // room for one frame, as long as m_SendData
-    HANDLE m_AbortWaitsEvent = nullptr;        // manual-reset; set: nothing waits for the line
-    HANDLE m_EndGatheringEvent = nullptr;      // auto-reset; set: the reader waits for no more text
+    // What the line carries; every change of mode counts its number up. Written under m_InLock
+    // together with the reply state, the block and their events.
+    std::atomic<LineMode> m_Mode{LineMode::Text};
+    std::atomic<std::uint32_t> m_ModeNumber{0};
+    LineBuffer m_Line;        // collected in line mode
+    LineBuffer m_WatchedLine; // of the text, while an answer is awaited
+
+    LineQueue m_Queue; // behind m_QueueLock
+    CRITICAL_SECTION m_QueueLock;
+    HANDLE m_LineThread = nullptr;
+    HANDLE m_LineEvent = nullptr;         // auto-reset; set: a line waits
+    HANDLE m_StopLinesEvent = nullptr;    // manual-reset; ends the line thread
+    HANDLE m_RefuseLinesEvent = nullptr;  // manual-reset; set: only a worker's lines go out
+    std::atomic<bool> m_RawAhead{false};  // from the answer to a receive's line to its end
+    std::uint32_t m_TransferNumber = 0;   // behind m_InLock
+    HANDLE m_Predecessor = nullptr;       // thread of the transfer before, which a new one joins
+    std::uint8_t* m_SendFrame = nullptr;  // room for one frame, as long as m_SendData
+    HANDLE m_AbortWaitsEvent = nullptr;   // manual-reset; set: nothing waits for the line
+    HANDLE m_EndGatheringEvent = nullptr; // auto-reset; set: the reader waits for no more text
+    HANDLE m_ReaderRestsEvent = nullptr;  // manual-reset; set: the reader holds no bytes
     std::atomic<std::uint32_t> m_LineSpeed{0}; // bits per second
+    std::atomic<bool> m_TransferRuns{false};
     std::atomic<bool> m_AnswerAwaited{false};
     std::atomic<bool> m_TextNoticeWaits{false};
+    std::atomic<std::uint32_t> m_TextNoticeAt{0}; // GetTickCount
     std::atomic<bool> m_Lost{false};
-
-private:
-    enum class ReaderStep { Bytes, NoBytes, Stopped, Lost };
-
-    // What the reader thread keeps from chunk to chunk.
-    struct Reader {
-        LineBuffer line;
-        std::unique_ptr<std::uint8_t[]> chunk; // grows to the largest one
-        std::uint32_t room = 0;
-        std::uint64_t lastChunkAt = 0; // GetTickCount64
-    };
-
-    void Reset();
-    bool OpenSteps(const char* path, std::uint32_t baud, std::uint32_t inSize);
-    bool ConfigureLine(std::uint32_t baud);
-    bool CreateEvents();
-    bool StartReader();
-    bool Fail(DWORD error);
-    bool RequireOpen();
-    bool WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD timeout);
-    bool Post(NotifyKind kind);
-
-    bool BeginTransfer();
-    bool FailTransfer(DWORD error);
-    bool StartTransferThread(HANDLE& thread, LPTHREAD_START_ROUTINE body);
-    void ShowProgress(std::uint32_t block, std::uint32_t done, std::uint32_t errors);
-    void EndTransfer(DWORD status);
-    void StopTransfers();
-    void JoinTransfer(HANDLE& thread);
-
-    bool NameTarget(const char* folder, const char* path, const char* nameSource);
-    bool ComposeSendCommand(char (&line)[MAX_PATH]) const;
-    bool LoadSendData(const char* path);
-    bool ReadWhole(HANDLE file);
-    void FreeSendData();
-    std::uint32_t SendBlockSize() const;
-    DWORD SendFile();
-    bool SendBlocks();
-    std::uint32_t EncodeFrame(const SendCursor& cursor);
-
-    DWORD ReceiveFile();
-    void EnterRawMode();
-    void LeaveRawMode(bool aborted);
-    bool StartUpload();
-    DWORD ReceiveBlocks();
-    DWORD StoreBlock(const std::uint8_t* payload, std::uint32_t length);
-    DWORD EndReceive(DWORD status);
-
-    ReaderStep ReadChunk(Reader& reader);
-    bool Gathers(const Reader& reader) const;
-    DWORD GatheringTime() const;
-    ReaderStep ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* taken);
-    void HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count, bool text);
-    void AwaitRoom(std::uint32_t room);
-    bool HandleRaw(const std::uint8_t* bytes, std::uint32_t count);
-    void HandleLines(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count);
-    void CompleteLine(LineBuffer& line);
-    void TakeAnswer(std::uint8_t byte);
 };
 
 // A new, closed port; null when memory is exhausted.

@@ -19,7 +19,7 @@ constexpr DWORD EmptyReadPause = 20; // ms
 // no longer than a person notices, and never for more than a quarter of the driver's queue.
 constexpr std::uint64_t StreamGap = 100;       // ms; a longer silence ends a stream
 constexpr std::uint32_t LongestGathering = 50; // ms
-constexpr std::uint32_t GatheredBytes = ComPort::DriverQueueSize / 4;
+constexpr std::uint32_t GatheredPart = 4;
 constexpr std::uint32_t BitsOfAByte = 10; // start bit, 8 data bits, stop bit
 
 // When the terminal is behind, the driver's queue holds what comes meanwhile, this long; only
@@ -29,6 +29,8 @@ constexpr std::uint32_t TextPiece = 1024;
 
 } // namespace
 
+// Ends when the port is closed. A lost port is reported again and again until then: the window has
+// to know, and a posted message may get lost.
 void ComPort::RunReader() {
     SetupComm(m_Handle, DriverQueueSize, DriverQueueSize);
 
@@ -46,23 +48,36 @@ void ComPort::RunReader() {
         emptyReads = step == ReaderStep::NoBytes ? emptyReads + 1 : 0;
     }
     m_Lost = true;
-    Post(NotifyLost);
+    SetEvent(m_ReaderRestsEvent);
+    do
+        Post(NotifyLost);
+    while (WaitForSingleObject(m_StopReaderEvent, NoticeLife) == WAIT_TIMEOUT);
 }
 
 // One round: waits for a byte, then takes with it all that is queued behind it.
 ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     std::uint8_t first = 0;
     DWORD taken = 0;
+    SetEvent(m_ReaderRestsEvent);
     const ReaderStep waited = ReadBytes(&first, 1, &taken);
     if (waited != ReaderStep::Bytes)
         return waited;
-    const bool text = Gathers(reader);
-    if (text) {
+    ResetEvent(m_ReaderRestsEvent);
+    const ModeStamp stamp = Stamp();
+    const bool gathers = Gathers(reader, stamp);
+    if (gathers) {
         const HANDLE either[] = {m_StopReaderEvent, m_EndGatheringEvent};
         WaitForMultipleObjects(2, either, FALSE, GatheringTime());
     }
     reader.lastChunkAt = GetTickCount64();
+    if (gathers && stamp.number != m_ModeNumber) { // what is queued now may be of the new mode
+        HandleChunk(&first, 1, stamp);
+        return ReaderStep::Bytes;
+    }
+    return ReadRest(reader, first, stamp);
+}
 
+ComPort::ReaderStep ComPort::ReadRest(Reader& reader, std::uint8_t first, const ModeStamp& stamp) {
     DWORD errors = 0;
     COMSTAT status = {};
     if (!ClearCommError(m_Handle, &errors, &status))
@@ -74,27 +89,28 @@ ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     }
     std::uint8_t* const chunk = reader.chunk.get();
     if (!chunk) { // short of memory: byte by byte then
-        HandleChunk(reader.line, &first, 1, text);
+        HandleChunk(&first, 1, stamp);
         return ReaderStep::Bytes;
     }
     chunk[0] = first;
     ReaderStep step = ReaderStep::Bytes;
-    taken = 0;
+    DWORD taken = 0;
     if (status.cbInQue > 0)
         step = ReadBytes(&chunk[1], status.cbInQue, &taken);
-    HandleChunk(reader.line, chunk, taken + 1, text);
+    HandleChunk(chunk, taken + 1, stamp);
     return step == ReaderStep::NoBytes ? ReaderStep::Bytes : step;
 }
 
 // Only text gathers: packets, reply lines and answers are waited for.
-bool ComPort::Gathers(const Reader& reader) const {
-    return GetTickCount64() - reader.lastChunkAt < StreamGap && !m_RawMode &&
-           m_ReplyState == ReplyNone && !m_AnswerAwaited;
+bool ComPort::Gathers(const Reader& reader, const ModeStamp& stamp) const {
+    return GetTickCount64() - reader.lastChunkAt < StreamGap && stamp.mode == LineMode::Text &&
+           !m_TransferRuns && !m_AnswerAwaited;
 }
 
 DWORD ComPort::GatheringTime() const {
     const std::uint32_t bytesPerSecond = m_LineSpeed / BitsOfAByte + 1;
-    return std::min(LongestGathering, GatheredBytes * 1000 / bytesPerSecond);
+    return std::min<DWORD>(LongestGathering,
+                           DriverQueueSize / GatheredPart * 1000 / bytesPerSecond);
 }
 
 // Waits for `count` bytes, however long that takes, unless the reader is to stop. A pending read
@@ -104,8 +120,7 @@ ComPort::ReaderStep ComPort::ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* 
     if (!ReadFile(m_Handle, bytes, count, nullptr, &m_ReadOverlapped)) {
         if (GetLastError() != ERROR_IO_PENDING)
             return ReaderStep::Lost;
-        const HANDLE either[] = {m_StopReaderEvent, m_ReadOverlapped.hEvent};
-        if (WaitForMultipleObjects(2, either, FALSE, INFINITE) == WAIT_OBJECT_0)
+        if (AwaitRead() == WAIT_OBJECT_0)
             CancelIoEx(m_Handle, &m_ReadOverlapped);
     }
     if (GetOverlappedResult(m_Handle, &m_ReadOverlapped, taken, TRUE))
@@ -114,38 +129,56 @@ ComPort::ReaderStep ComPort::ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* 
                                                                       : ReaderStep::Lost;
 }
 
-// `text`: it gathered as text, and stays that when a transfer has begun meanwhile.
-void ComPort::HandleChunk(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count,
-                          bool text) {
-    if (m_RawMode && !text && HandleRaw(bytes, count))
-        return;
-    if (m_ReplyState != ReplyNone && !text) {
-        HandleLines(line, bytes, count);
-        return;
+// While the line is silent, text that nobody fetches means that its notice got lost.
+DWORD ComPort::AwaitRead() {
+    const HANDLE either[] = {m_StopReaderEvent, m_ReadOverlapped.hEvent};
+    for (;;) {
+        const bool textWaits = m_InCount > 0 && m_Mode != LineMode::Raw;
+        const DWORD waited =
+            WaitForMultipleObjects(2, either, FALSE, textWaits ? NoticeLife : INFINITE);
+        if (waited != WAIT_TIMEOUT)
+            return waited;
+        if (m_InCount > 0)
+            PostText();
     }
-    if (line.length > 0) { // begun in line mode, and the mode ended before it did
-        AppendInput(reinterpret_cast<const std::uint8_t*>(line.text), line.length);
-        line.Clear();
-    }
+}
+
+// Raw bytes that the receive has not waited for are text.
+void ComPort::HandleChunk(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp) {
+    if (stamp.mode == LineMode::Lines)
+        HandleLines(bytes, count, stamp);
+    else if (stamp.mode == LineMode::Text || !HandleRaw(bytes, count, stamp))
+        HandleText(bytes, count, stamp);
+}
+
+void ComPort::HandleText(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp) {
     for (std::uint32_t done = 0; done < count; done += TextPiece) {
         const std::uint32_t piece = std::min(count - done, TextPiece);
-        AwaitRoom(2 * piece); // every byte may be a line end
-        AppendInput(bytes + done, piece);
+        AwaitRoom(2 * piece, stamp); // every byte may be a line end
+        {
+            const InputLock lock(*this);
+            if (m_Mode == LineMode::Raw) // the text came too late
+                return;
+            if (stamp.number == m_ModeNumber && m_AnswerAwaited)
+                WatchForAnswer(bytes + done, piece);
+            AppendInput(bytes + done, piece);
+        }
         PostText();
     }
 }
 
-// A terminal that waits for an answer takes no text, and the answer may be what comes next.
-void ComPort::AwaitRoom(std::uint32_t room) {
+// A transfer that begins needs what comes next.
+void ComPort::AwaitRoom(std::uint32_t room, const ModeStamp& stamp) {
     for (int waited = 0; waited < LongestWaitForRoom && m_InCount + room >= m_InSize; ++waited)
-        if (m_AnswerAwaited || WaitForSingleObject(m_StopReaderEvent, 1) == WAIT_OBJECT_0)
+        if (stamp.number != m_ModeNumber ||
+            WaitForSingleObject(m_StopReaderEvent, 1) == WAIT_OBJECT_0)
             return;
 }
 
-// False, with nothing taken, when the receive has ended since the mode was looked at.
-bool ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count) {
-    const InputLock lock(*this); // also around the event: ReadByte resets it under the lock
-    if (!m_RawMode)
+// False, with nothing taken, when the receive has ended since the bytes came.
+bool ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp) {
+    const InputLock lock(*this);
+    if (stamp.number != m_ModeNumber)
         return false;
     InputBuffer input = lock.Buffer();
     AppendRaw(input, bytes, count);
@@ -154,51 +187,85 @@ bool ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count) {
     return true;
 }
 
-void ComPort::HandleLines(LineBuffer& line, const std::uint8_t* bytes, std::uint32_t count) {
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const std::uint8_t byte = bytes[i];
-        if (IsAnswerByte(byte))
-            TakeAnswer(byte);
-        else if (byte == '\n')
-            CompleteLine(line);
-        else if (byte != '\r')
-            line.Add(static_cast<char>(byte));
+// The whole chunk is handled at once, so that what comes of it does not depend on how fast a
+// transfer acts upon its first reply. When the send has ended meanwhile, its replies are
+// still kept out of the text, but change nothing.
+void ComPort::HandleLines(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp) {
+    bool added = false;
+    AwaitRoom(std::min(2 * count, m_InSize / 2), stamp);
+    {
+        const InputLock lock(*this);
+        const std::uint32_t before = m_InCount;
+        const bool current = stamp.number == m_ModeNumber;
+        if (!current && m_Mode == LineMode::Raw)
+            return;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const std::uint8_t byte = bytes[i];
+            if (IsAnswerByte(byte)) {
+                if (current)
+                    TakeAnswer(byte);
+            } else if (byte == '\n')
+                CompleteLine(current);
+            else if (byte != '\r')
+                m_Line.Add(static_cast<char>(byte));
+        }
+        if (!current && m_Mode == LineMode::Text) {
+            AppendInput(reinterpret_cast<const std::uint8_t*>(m_Line.text), m_Line.length);
+            m_Line.Clear();
+        }
+        added = m_InCount != before;
     }
+    if (added)
+        PostText();
 }
 
-void ComPort::CompleteLine(LineBuffer& line) {
-    const Reply reply = RecognizeReply(line.text, line.length);
-    if (reply.state != ReplyNone) {
-        if (reply.state == ReplySend)
+// With m_InLock held.
+void ComPort::CompleteLine(bool current) {
+    const Reply reply = RecognizeReply(m_Line.text, m_Line.length);
+    if (reply.state != ReplyNone && current) {
+        if (reply.state == ReplySend) {
             m_RequestedBlock = reply.block;
+            TakeAnswer(AnswerAccepted); // whoever asks for a block has taken the command
+        }
+        if (reply.restarted)
+            TakeAnswer(AnswerRefused); // who would have answered is gone
         m_ReplyState = reply.state;
         SetEvent(m_ReplyEvent);
-        if (reply.state == ReplySend)
-            SetEvent(m_CommandEvent);
     }
-    if (reply.shown && line.length > 0) {
-        line.text[line.length] = '\n'; // the buffer keeps a place for it
-        AppendInput(reinterpret_cast<const std::uint8_t*>(line.text), line.length + 1);
-        PostText();
+    if (reply.shown && m_Line.length > 0) {
+        m_Line.text[m_Line.length] = '\n'; // the buffer keeps a place for it
+        AppendInput(reinterpret_cast<const std::uint8_t*>(m_Line.text), m_Line.length + 1);
     }
-    line.Clear();
+    m_Line.Clear();
 }
 
-void ComPort::TakeAnswer(std::uint8_t byte) {
-    std::uint32_t pending = AnswerPending;
-    if (m_CommandAnswer.compare_exchange_strong(pending, byte))
-        SetEvent(m_CommandEvent);
+// With m_InLock held. A device that restarts does not answer what it was asked before.
+void ComPort::WatchForAnswer(const std::uint8_t* bytes, std::uint32_t count) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (IsAnswerByte(bytes[i]))
+            TakeAnswer(bytes[i]);
+        else if (bytes[i] == '\n') {
+            if (RecognizeReply(m_WatchedLine.text, m_WatchedLine.length).restarted)
+                TakeAnswer(AnswerRefused);
+            m_WatchedLine.Clear();
+        } else if (bytes[i] != '\r')
+            m_WatchedLine.Add(static_cast<char>(bytes[i]));
+    }
 }
 
-void ComPort::AppendInput(const std::uint8_t* bytes, std::uint32_t count) {
-    const InputLock lock(*this);
-    if (m_RawMode) // a receive has begun since the mode was looked at: the text came too late
+// With m_InLock held. What comes first decides.
+void ComPort::TakeAnswer(std::uint32_t answer) {
+    if (m_CommandAnswer != AnswerPending)
         return;
-    InputBuffer input = lock.Buffer();
-    const std::uint8_t answer = AppendText(input, bytes, count);
+    m_CommandAnswer = answer;
+    SetEvent(m_CommandEvent);
+}
+
+// With m_InLock held.
+void ComPort::AppendInput(const std::uint8_t* bytes, std::uint32_t count) {
+    InputBuffer input = {m_InBuffer, m_InSize, m_InCount};
+    AppendText(input, bytes, count);
     m_InCount = input.count;
-    if (answer)
-        TakeAnswer(answer);
 }
 
 // GUI thread; see ComPort.h. Raw bytes and their event are left alone: they belong to a receive.
@@ -206,7 +273,7 @@ bool ComPort::ReadText(char* buffer, std::uint32_t* count) {
     if (!RequireOpen())
         return false;
     const InputLock lock(*this);
-    if (m_RawMode) {
+    if (m_Mode == LineMode::Raw) {
         *count = 0;
         return true;
     }
@@ -214,23 +281,4 @@ bool ComPort::ReadText(char* buffer, std::uint32_t* count) {
     *count = TakeFront(input, reinterpret_cast<std::uint8_t*>(buffer), *count);
     m_InCount = input.count;
     return true;
-}
-
-bool ComPort::Post(NotifyKind kind) {
-    const HWND window = m_NotifyWindow;
-    return window &&
-           PostMessageA(window, m_NotifyMessage, kind, static_cast<LPARAM>(m_Info.Status.load()));
-}
-
-// One notice that waits is enough: the drain that it starts takes everything.
-void ComPort::PostText() {
-    if (!(m_NotifyFlags & NotifyText) || !m_NotifyWindow || m_TextNoticeWaits.exchange(true))
-        return;
-    if (!Post(NotifyText))
-        m_TextNoticeWaits = false;
-}
-
-void ComPort::PostTransfer() {
-    if (m_NotifyFlags & NotifyTransfer)
-        Post(NotifyTransfer);
 }

@@ -1,60 +1,121 @@
-// What sends and receives share: one transfer at a time, its snapshot, its thread, its end.
+// What sends and receives share: one transfer at a time, its number, its snapshot, its thread, its
+// end.
 
 #include "link/ComPort.h"
 
-// A transfer may begin: the port is open and none runs. Forgets the last one's snapshot.
+#include "link/InputLock.h"
+
+#include <initializer_list>
+#include <utility>
+
+namespace {
+
+std::atomic<std::uint32_t> LastTransferNumber{0}; // of the process
+
+} // namespace
+
+// A transfer may begin: the port is open and none runs. It begins with the last one's snapshot
+// forgotten, all its events reset and no text gathering.
 bool ComPort::BeginTransfer() {
     if (!RequireOpen())
         return false;
-    if (m_Info.Status == ERROR_IO_PENDING)
+    if (m_TransferRuns.exchange(true))
         return Fail(ERROR_BUSY);
-    // A thread that has told its end needs only moments for it.
-    JoinTransfer(m_SendThread);
-    JoinTransfer(m_ReceiveThread);
-    for (auto* field : {&m_Info.Size, &m_Info.Block, &m_Info.Done, &m_Info.Errors})
-        *field = 0;
     m_LastError = ERROR_IO_PENDING;
-    m_Info.Status = ERROR_IO_PENDING;
+    const InputLock lock(*this);
+    m_Info = {ERROR_IO_PENDING, 0, 0, 0, 0};
+    m_TransferNumber = ++LastTransferNumber;
+    m_RequestedBlock = 0;
+    m_ReceiveAbort = 0;
+    for (const HANDLE event : {m_CancelSendEvent, m_ReplyEvent, m_DataEvent, m_AbortWaitsEvent})
+        ResetEvent(event);
+    SetEvent(m_EndGatheringEvent);
     return true;
 }
 
+// A transfer that began but whose thread does not run.
 bool ComPort::FailTransfer(DWORD error) {
-    m_Info.Status = error;
+    {
+        const InputLock lock(*this);
+        m_Info.Status = error;
+    }
+    m_TransferRuns = false;
     return Fail(error);
 }
 
+// The thread of the transfer before needs only moments for its end, but the GUI thread has not
+// even those: the new thread waits for it.
 bool ComPort::StartTransferThread(HANDLE& thread, LPTHREAD_START_ROUTINE body) {
+    for (HANDLE* const ended : {&m_SendThread, &m_ReceiveThread})
+        if (*ended)
+            m_Predecessor = std::exchange(*ended, nullptr);
     thread = CreateThread(nullptr, 0, body, this, 0, nullptr);
     return thread != nullptr;
 }
 
+void ComPort::AwaitPredecessor() {
+    if (!m_Predecessor)
+        return;
+    WaitForSingleObject(m_Predecessor, INFINITE);
+    CloseHandle(std::exchange(m_Predecessor, nullptr));
+}
+
 void ComPort::ShowProgress(std::uint32_t block, std::uint32_t done, std::uint32_t errors) {
+    const InputLock lock(*this);
     m_Info.Block = block;
     m_Info.Done = done;
     m_Info.Errors = errors;
 }
 
-// A transfer thread's last act: the window may start the next transfer at once.
-void ComPort::EndTransfer(DWORD status) {
-    m_Info.Status = status;
-    PostTransfer();
+// Transfer thread.
+void ComPort::PostTransfer() {
+    if (m_NotifyFlags & NotifyTransfer)
+        Post(NotifyTransfer, m_TransferNumber);
 }
 
-void ComPort::StopTransfers() {
+// A transfer thread's last act: with the final status the window may start the next transfer, so
+// what follows it here uses nothing that a transfer begins with.
+void ComPort::EndTransfer(DWORD status) {
+    const HWND window = m_NotifyFlags & NotifyTransfer ? m_NotifyWindow.load() : nullptr;
+    LPARAM news = 0;
+    {
+        const InputLock lock(*this);
+        m_Info.Status = status;
+        news = static_cast<LPARAM>(std::uint64_t{m_TransferNumber} << 32 | status);
+        for (const HANDLE event : {m_CancelSendEvent, m_ReplyEvent, m_DataEvent})
+            ResetEvent(event);
+        m_ReceiveAbort = 0;
+        m_TransferRuns = false;
+    }
+    if (window)
+        PostMessageA(window, m_NotifyMessage, NotifyTransfer, news);
+}
+
+// Asks whatever transfer runs to end. One that has ended is not asked: its events stay reset.
+void ComPort::CancelTransfer() {
+    const InputLock lock(*this);
+    if (!m_TransferRuns)
+        return;
     if (m_SendThread)
         SetEvent(m_CancelSendEvent);
     if (m_ReceiveThread) {
         m_ReceiveAbort = 1;
-        SetEvent(m_DataEvent);
+        SetEvent(m_DataEvent); // ends the wait for a byte
     }
+}
+
+// When the line is to be closed.
+void ComPort::StopTransfers() {
+    CancelTransfer();
     if (m_Lost)
         SetEvent(m_AbortWaitsEvent); // there is nobody left to be polite to
     JoinTransfer(m_SendThread);
     JoinTransfer(m_ReceiveThread);
+    AwaitPredecessor(); // of a thread that could not be made
 }
 
-// Waits for a thread that has been told to stop, or has told its end. What then still waits for
-// the line is aborted; the abort event stays set.
+// Waits for a thread that has been asked to end, or has ended. What then still waits for the line
+// is aborted, and the abort event stays set.
 void ComPort::JoinTransfer(HANDLE& thread) {
     if (!thread)
         return;
@@ -67,20 +128,21 @@ void ComPort::JoinTransfer(HANDLE& thread) {
 }
 
 void ComPort::StopSend() {
-    if (!m_SendThread)
-        return;
-    SetEvent(m_CancelSendEvent);
-    JoinTransfer(m_SendThread);
-    ResetEvent(m_AbortWaitsEvent);
+    if (m_SendThread)
+        CancelTransfer();
 }
 
 bool ComPort::StopReceive() {
-    if (!m_ReceiveThread)
-        return true;
-    m_ReceiveAbort = 1;
-    SetEvent(m_DataEvent); // ends the wait for a byte
-    JoinTransfer(m_ReceiveThread);
-    m_ReceiveAbort = 0;
-    ResetEvent(m_AbortWaitsEvent);
+    if (m_ReceiveThread)
+        CancelTransfer();
     return true;
+}
+
+void ComPort::FinishTransfer() {
+    if (!m_Handle)
+        return;
+    CancelTransfer();
+    JoinTransfer(m_SendThread);
+    JoinTransfer(m_ReceiveThread);
+    ResetEvent(m_AbortWaitsEvent);
 }

@@ -17,7 +17,7 @@ private:
 };
 
 // Holds a port's input lock for a scope and gives the buffer that it guards.
-class InputLock {
+class ComPort::InputLock {
 public:
     explicit InputLock(ComPort& port) : m_Port(port), m_Lock(port.m_InLock) {}
 

@@ -6,15 +6,15 @@
 #include "base/Text.h"
 #include "link/InputLock.h"
 
+#include <algorithm>
+#include <memory>
+#include <new>
+
 namespace {
 
 constexpr std::uint32_t MostFailures = 10; // reads in a row, of the start or of one block
 constexpr char UploadCommand[] = "upl %s";
-
-DWORD WINAPI ReceiveThread(void* port) {
-    static_cast<ComPort*>(port)->RunReceive();
-    return 0;
-}
+constexpr DWORD LongestRest = 300; // ms until the reader has put away the text that came before
 
 } // namespace
 
@@ -25,12 +25,19 @@ bool ComPort::StartReceive(const char* path, const char* deviceName) {
         return FailTransfer(ERROR_FILENAME_EXCED_RANGE);
     if (HasControlCharacter(m_ReceiveName))
         return FailTransfer(ERROR_INVALID_NAME);
-    m_ReceiveAbort = 0;
     return StartTransferThread(m_ReceiveThread, &ReceiveThread) || FailTransfer(GetLastError());
 }
 
+DWORD WINAPI ComPort::ReceiveThread(void* port) {
+    static_cast<ComPort*>(port)->RunReceive();
+    return 0;
+}
+
 void ComPort::RunReceive() {
-    EndTransfer(EndReceive(ReceiveFile()));
+    AwaitPredecessor();
+    const DWORD status = EndReceive(ReceiveFile());
+    m_RawAhead = false; // behind the last packet
+    EndTransfer(status);
 }
 
 // Returns the status. With m_ReceiveAbort set the local file is to go and the device to stop.
@@ -45,8 +52,8 @@ DWORD ComPort::ReceiveFile() {
 
     char command[sizeof(UploadCommand) + sizeof(m_ReceiveName)];
     FormatText(command, UploadCommand, m_ReceiveName);
-    if (!SendCommand(command))
-        return ERROR_CANCELLED; // the empty file stays
+    if (!Ask(command, m_DataEvent, true)) // a cancel sets it
+        return ERROR_CANCELLED;           // the empty file stays
     Sleep(PacketPause);
     if (m_ReceiveAbort)
         return ERROR_CANCELLED;
@@ -58,20 +65,32 @@ DWORD ComPort::ReceiveFile() {
     return ReceiveBlocks();
 }
 
-// The terminal text that nobody has fetched is dropped; every byte from here on is a packet's.
+// The terminal text that nobody has fetched is dropped; every byte from here on is a packet's. The
+// reader gets the time to put away what it holds.
 void ComPort::EnterRawMode() {
+    WaitForSingleObject(m_ReaderRestsEvent, LongestRest);
     const InputLock lock(*this);
     m_InCount = 0;
-    m_RawMode = 1;
+    SwitchMode(LineMode::Raw);
 }
 
 // What came behind a complete file is text again; what is left of an aborted one is no text.
 void ComPort::LeaveRawMode(bool aborted) {
-    const InputLock lock(*this);
-    if (m_RawMode && aborted)
-        m_InCount = 0;
-    m_RawMode = 0;
-    ResetEvent(m_DataEvent);
+    {
+        const InputLock lock(*this);
+        if (m_Mode == LineMode::Raw) {
+            const std::uint32_t count = m_InCount;
+            const std::unique_ptr<std::uint8_t[]> rest(new (std::nothrow) std::uint8_t[count + 1]);
+            if (rest)
+                std::copy_n(m_InBuffer, count, rest.get());
+            m_InCount = 0;
+            SwitchMode(LineMode::Text);
+            if (rest && !aborted)
+                AppendInput(rest.get(), count);
+        }
+    }
+    if (m_InCount > 0)
+        PostText();
 }
 
 // False when the device refuses, does not answer, or the receive is canceled.

@@ -3,8 +3,8 @@
 
 #include "link/ComPort.h"
 
-#include "base/Owned.h"
 #include "base/Text.h"
+#include "link/InputLock.h"
 #include "link/codec/BlockFrame.h"
 #include "link/codec/PackedList.h"
 
@@ -14,11 +14,6 @@
 namespace {
 
 constexpr std::uint32_t LargestFile = std::numeric_limits<std::int32_t>::max();
-
-DWORD WINAPI SendThread(void* port) {
-    static_cast<ComPort*>(port)->RunSend();
-    return 0;
-}
 
 } // namespace
 
@@ -33,37 +28,37 @@ bool ComPort::StartSend(const char* folder, const char* path, const char* nameSo
     m_SendMode = mode;
     if (image)
         m_ImageBlockSize = imageBlockSize;
-    m_RequestedBlock = 0;
-    ResetEvent(m_CancelSendEvent);
-    ResetEvent(m_ReplyEvent);
 
-    if (!NameTarget(folder, path, nameSource) || !LoadSendData(path))
-        return FailTransfer(GetLastError());
-    m_Info.Size = m_SendSize;
-    if (StartTransferThread(m_SendThread, &SendThread))
-        return true;
+    if (LoadSendData(path) && NameTarget(folder, path, nameSource)) {
+        {
+            const InputLock lock(*this);
+            m_Info.Size = m_SendSize;
+        }
+        if (StartTransferThread(m_SendThread, &SendThread))
+            return true;
+    }
     const DWORD error = GetLastError();
     FreeSendData();
     return FailTransfer(error);
 }
 
-// A target is refused before anything is read or written when it would be cut in its field or in
-// its command line, or end that line early.
+DWORD WINAPI ComPort::SendThread(void* port) {
+    static_cast<ComPort*>(port)->RunSend();
+    return 0;
+}
+
+// A target is refused before anything is written when it would be cut in its field or in its
+// command line, or end that line early. The file is loaded: its size is part of the line.
 bool ComPort::NameTarget(const char* folder, const char* path, const char* nameSource) {
     const char* const name = BaseName(nameSource ? nameSource : path);
     const bool fits =
         folder ? FormatText(m_SendTarget, "/%s/%s", folder, name) : CopyText(m_SendTarget, name);
-    if (HasControlCharacter(m_SendTarget)) {
-        SetLastError(ERROR_INVALID_NAME);
-        return false;
-    }
     char command[MAX_PATH];
-    m_SendSize = LargestFile; // the longest number that the line may have to hold
-    const bool composed = fits && ComposeSendCommand(command);
-    m_SendSize = 0;
-    if (!composed)
-        SetLastError(ERROR_FILENAME_EXCED_RANGE);
-    return composed;
+    SetLastError(ERROR_FILENAME_EXCED_RANGE);
+    if (!fits || !ComposeSendCommand(command))
+        return false;
+    SetLastError(ERROR_INVALID_NAME);
+    return !HasControlCharacter(m_SendTarget);
 }
 
 bool ComPort::ComposeSendCommand(char (&line)[MAX_PATH]) const {
@@ -78,13 +73,11 @@ bool ComPort::LoadSendData(const char* path) {
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         return false;
-    const OwnedHandle file(handle);
-    if (ReadWhole(file.get()))
-        return true;
+    const bool read = ReadWhole(handle);
     const DWORD error = GetLastError();
-    FreeSendData();
+    CloseHandle(handle);
     SetLastError(error);
-    return false;
+    return read;
 }
 
 // False with the platform's error number; what was made so far is left for FreeSendData.
@@ -123,10 +116,18 @@ std::uint32_t ComPort::SendBlockSize() const {
 }
 
 void ComPort::RunSend() {
-    m_ReplyState = ReplyCancel; // from here on the reader looks for reply lines
-    SetEvent(m_EndGatheringEvent);
+    AwaitPredecessor();
+    {
+        const InputLock lock(*this);
+        SwitchMode(LineMode::Lines); // from here on the reader looks for reply lines
+    }
     const DWORD status = SendFile();
-    m_ReplyState = ReplyNone;
+    {
+        const InputLock lock(*this);
+        SwitchMode(LineMode::Text);
+    }
+    if (m_InCount > 0) // also the rest of a line
+        PostText();
     FreeSendData();
     EndTransfer(status);
 }
@@ -136,13 +137,20 @@ DWORD ComPort::SendFile() {
     ComposeSendCommand(command);
     if (m_SendMode == SendModeBoot && !WaitReply())
         return ERROR_CANCELLED;
-    m_ReplyState = ReplyCancel;
-    if (!SendCommand(command))
+    ForgetReply();
+    if (!Ask(command, m_CancelSendEvent, false))
         return ERROR_BAD_COMMAND;
     if (SendBlocks())
         return ERROR_SUCCESS;
     SendCommand("c\n"); // the device may have given up already
     return ERROR_CANCELLED;
+}
+
+// What the device replied so far is no answer to what comes.
+void ComPort::ForgetReply() {
+    const InputLock lock(*this);
+    m_ReplyState = ReplyCancel;
+    ResetEvent(m_ReplyEvent);
 }
 
 // One frame for each reply. False when the send is canceled or fails.
@@ -151,27 +159,25 @@ bool ComPort::SendBlocks() {
     cursor.size = m_SendSize;
     cursor.blockSize = SendBlockSize();
     std::uint32_t frameSize = 0;
+    std::uint32_t block = 0; // asked for last
     for (;;) {
-        WaitForSingleObject(m_ReplyEvent, 0); // an early reply is no answer to the last frame
-        const bool replied = WaitReplyTimed();
-        if (!replied)
-            m_ReplyState = ReplyCancel;
-        const auto reply = replied ? static_cast<ReplyState>(m_ReplyState.load()) : ReplyCancel;
-        const SendStep step = TakeReply(cursor, reply, m_RequestedBlock);
+        const ReplyState reply = WaitReplyTimed(block);
+        const SendStep step = TakeReply(cursor, reply, block);
         if (step == SendStep::Nothing)
             continue;
         if (step == SendStep::Cancel)
             return false;
         if (step == SendStep::Finish) {
-            ShowProgress(m_RequestedBlock, cursor.offset, cursor.errors);
+            ShowProgress(block, cursor.offset, cursor.errors);
             return true;
         }
         if (step == SendStep::NewFrame)
             frameSize = EncodeFrame(cursor);
         Sleep(FramePause);
-        Write(m_SendFrame, frameSize);
+        ResetEvent(m_ReplyEvent); // an early reply is no answer to the frame
+        WriteFrame(frameSize);
         FrameWritten(cursor, step);
-        ShowProgress(m_RequestedBlock, cursor.offset, cursor.errors);
+        ShowProgress(block, cursor.offset, cursor.errors);
         PostTransfer();
     }
 }
@@ -182,12 +188,21 @@ std::uint32_t ComPort::EncodeFrame(const SendCursor& cursor) {
                                                        m_SendFrame));
 }
 
+// Waits for a reply line; false when the send is canceled first.
 bool ComPort::WaitReply() {
     const HANDLE either[] = {m_CancelSendEvent, m_ReplyEvent};
     return WaitForMultipleObjects(2, either, FALSE, INFINITE) == WAIT_OBJECT_0 + 1;
 }
 
-bool ComPort::WaitReplyTimed() {
+// The next reply and the block that the device asked for last. ReplyCancel when the send is
+// canceled, or no reply comes within ReplyTimeout.
+ReplyState ComPort::WaitReplyTimed(std::uint32_t& block) {
     const HANDLE either[] = {m_CancelSendEvent, m_ReplyEvent};
-    return WaitForMultipleObjects(2, either, FALSE, ReplyTimeout) == WAIT_OBJECT_0 + 1;
+    const bool replied =
+        WaitForMultipleObjects(2, either, FALSE, ReplyTimeout) == WAIT_OBJECT_0 + 1;
+    const InputLock lock(*this);
+    if (!replied)
+        m_ReplyState = ReplyCancel;
+    block = m_RequestedBlock;
+    return static_cast<ReplyState>(m_ReplyState);
 }

@@ -3,6 +3,7 @@
 #include "base/Owned.h"
 #include "base/Text.h"
 #include "link/codec/PackedList.h"
+#include "settings/TermSettings.h"
 #include "terminal/ZoTerm.h"
 
 #include <algorithm>
@@ -12,46 +13,28 @@
 
 namespace {
 
-void FreeColumn(char**& column, std::int32_t rows) {
-    for (std::int32_t i = 0; column && i < rows; ++i)
-        std::free(column[i]);
-    std::free(column);
-    column = nullptr;
+void FreeTable(TermSettings& settings) {
+    for (std::int32_t i = 0; settings.m_MusicRows && i < settings.m_MusicSupportExt; ++i) {
+        const MusicRow& row = settings.m_MusicRows[i];
+        for (char* text : {row.ext, row.converter, row.newExt, row.command})
+            std::free(text);
+    }
+    std::free(settings.m_MusicRows);
+    settings.m_MusicRows = nullptr;
+    settings.m_MusicSupportExt = 0;
 }
 
-void FreeTable(ZoTerm& terminal) {
-    for (char*** column : {&terminal.m_MusicSupportExts, &terminal.m_MusicSupportConverters,
-                           &terminal.m_MusicSupportNewExts, &terminal.m_MusicSupportCommands})
-        FreeColumn(*column, terminal.m_MusicSupportExt);
-    std::free(terminal.m_MusicSupportConverterNewExts);
-    terminal.m_MusicSupportConverterNewExts = nullptr;
-    terminal.m_MusicSupportExt = 0;
-}
-
-template <typename Entry> bool MakeColumn(Entry*& column, std::int32_t rows) {
-    column = static_cast<Entry*>(std::calloc(static_cast<std::size_t>(rows), sizeof(Entry)));
-    return column != nullptr;
-}
-
-template <typename Entry> bool GrowColumn(Entry*& column, std::int32_t rows) {
-    const auto size = static_cast<std::size_t>(rows + 1) * sizeof(Entry);
-    auto* grown = static_cast<Entry*>(std::realloc(column, size));
+bool AppendRow(TermSettings& settings) {
+    const std::int32_t rows = settings.m_MusicSupportExt;
+    if (rows >= MostMusicRows)
+        return false;
+    const auto size = static_cast<std::size_t>(rows + 1) * sizeof(MusicRow);
+    auto* const grown = static_cast<MusicRow*>(std::realloc(settings.m_MusicRows, size));
     if (!grown)
         return false;
-    column = grown;
-    column[rows] = Entry();
-    return true;
-}
-
-bool AppendRow(ZoTerm& terminal) {
-    const std::int32_t rows = terminal.m_MusicSupportExt;
-    if (rows >= MostMusicRows || !GrowColumn(terminal.m_MusicSupportExts, rows) ||
-        !GrowColumn(terminal.m_MusicSupportConverters, rows) ||
-        !GrowColumn(terminal.m_MusicSupportConverterNewExts, rows) ||
-        !GrowColumn(terminal.m_MusicSupportNewExts, rows) ||
-        !GrowColumn(terminal.m_MusicSupportCommands, rows))
-        return false;
-    ++terminal.m_MusicSupportExt;
+    grown[rows] = {};
+    settings.m_MusicRows = grown;
+    ++settings.m_MusicSupportExt;
     return true;
 }
 
@@ -88,27 +71,28 @@ private:
 };
 
 // The first row with exactly this extension; the number of rows when there is none.
-std::int32_t FindRow(const ZoTerm& terminal, const char* ext) {
+std::int32_t FindRow(const TermSettings& settings, const char* ext) {
     std::int32_t row = 0;
-    while (row < terminal.m_MusicSupportExt &&
-           std::strcmp(MusicText(terminal.m_MusicSupportExts[row]), ext) != 0)
+    while (row < settings.m_MusicSupportExt &&
+           std::strcmp(MusicText(settings.m_MusicRows[row].ext), ext) != 0)
         ++row;
     return row;
 }
 
-void MergeRow(ZoTerm& terminal, IniSection& ini, std::int32_t iniRow) {
+void MergeRow(TermSettings& settings, IniSection& ini, std::int32_t iniRow) {
     const char* const ext = ini.Text("MusicSupportExt", iniRow);
     if (!ext[0])
         return;
-    const std::int32_t row = FindRow(terminal, ext);
-    if (row == terminal.m_MusicSupportExt && !AppendRow(terminal))
+    const std::int32_t found = FindRow(settings, ext);
+    if (found == settings.m_MusicSupportExt && !AppendRow(settings))
         return;
-    SetMusicText(terminal.m_MusicSupportExts[row], ext);
-    SetMusicText(terminal.m_MusicSupportConverters[row], ini.Text("MusicSupportConverter", iniRow));
-    terminal.m_MusicSupportConverterNewExts[row] =
+    MusicRow& row = settings.m_MusicRows[found];
+    SetMusicText(row.ext, ext);
+    SetMusicText(row.converter, ini.Text("MusicSupportConverter", iniRow));
+    row.converterNewExt =
         static_cast<std::uint32_t>(ini.Number("MusicSupportConverterNewExt", iniRow, 1));
-    SetMusicText(terminal.m_MusicSupportNewExts[row], ini.Text("MusicSupportNewExt", iniRow));
-    SetMusicText(terminal.m_MusicSupportCommands[row], ini.Text("MusicSupportCommand", iniRow));
+    SetMusicText(row.newExt, ini.Text("MusicSupportNewExt", iniRow));
+    SetMusicText(row.command, ini.Text("MusicSupportCommand", iniRow));
 }
 
 // True when the path ends with a dot and the extension, in any letter case.
@@ -119,9 +103,9 @@ bool HasExtension(const char* path, const char* ext) {
            lstrcmpiA(path + length - extLength, ext) == 0;
 }
 
-std::int32_t MatchingRow(const ZoTerm& terminal, const char* path) {
-    for (std::int32_t row = 0; row < terminal.m_MusicSupportExt; ++row)
-        if (HasExtension(path, MusicText(terminal.m_MusicSupportExts[row])))
+std::int32_t MatchingRow(const TermSettings& settings, const char* path) {
+    for (std::int32_t row = 0; row < settings.m_MusicSupportExt; ++row)
+        if (HasExtension(path, MusicText(settings.m_MusicRows[row].ext)))
             return row;
     return -1;
 }
@@ -138,35 +122,21 @@ template <std::size_t Size> void MakeMissing(char (&output)[Size], const char* s
     EndAsList(output);
 }
 
-// Waits for the program that a command line starts. One that does not start is as one that fails.
-void RunConverter(char* commandLine) {
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(nullptr, commandLine, nullptr, nullptr, FALSE, CREATE_DEFAULT_ERROR_MODE,
-                        nullptr, nullptr, &startup, &process))
-        return;
-    const OwnedHandle thread(process.hThread);
-    const OwnedHandle running(process.hProcess);
-    WaitForSingleObject(running.get(), INFINITE);
-}
-
 } // namespace
 
-bool ResizeMusicSupport(ZoTerm& terminal, std::int32_t rows) {
-    FreeTable(terminal);
+TermSettings::~TermSettings() {
+    FreeTable(*this);
+}
+
+bool ResizeMusicSupport(TermSettings& settings, std::int32_t rows) {
+    FreeTable(settings);
     if (rows <= 0)
         return true;
-    const bool made = MakeColumn(terminal.m_MusicSupportExts, rows) &&
-                      MakeColumn(terminal.m_MusicSupportConverters, rows) &&
-                      MakeColumn(terminal.m_MusicSupportConverterNewExts, rows) &&
-                      MakeColumn(terminal.m_MusicSupportNewExts, rows) &&
-                      MakeColumn(terminal.m_MusicSupportCommands, rows);
-    if (!made) {
-        FreeTable(terminal);
+    settings.m_MusicRows =
+        static_cast<MusicRow*>(std::calloc(static_cast<std::size_t>(rows), sizeof(MusicRow)));
+    if (!settings.m_MusicRows)
         return false;
-    }
-    terminal.m_MusicSupportExt = rows;
+    settings.m_MusicSupportExt = rows;
     return true;
 }
 
@@ -184,40 +154,43 @@ const char* MusicText(const char* entry) {
     return entry ? entry : "";
 }
 
-void MergeMusicSupportIni(ZoTerm& terminal, const char* path) {
+void MergeMusicSupportIni(TermSettings& settings, const char* path) {
     IniSection ini(path);
     const int use = ini.Number("MusicSupport", LeaveAsItIs);
     if (use >= LeaveAsItIs)
         return;
-    terminal.m_MusicSupport = use > 0 ? 1 : 0;
+    settings.m_MusicSupport = use > 0 ? 1 : 0;
     const int rows = std::min(ini.Number("MusicSupportExt", 0), MostMusicRows);
     for (std::int32_t row = 0; row < rows; ++row)
-        MergeRow(terminal, ini, row);
+        MergeRow(settings, ini, row);
 }
 
-bool ZoTerm::ConvertFile(const char* source, char (&output)[ConvertedFileRoom]) {
-    if (!m_MusicSupport)
+bool ZoTerm::ConvertFile(const char* source, char (&output)[ConvertedFileRoom],
+                         char (&commandLine)[ConvertedFileRoom]) {
+    commandLine[0] = '\0';
+    if (!Settings.m_MusicSupport)
         return false;
-    const std::int32_t row = MatchingRow(*this, source);
+    const std::int32_t row = MatchingRow(Settings, source);
     m_MusicSupportCurrentExtention = row;
     if (row < 0)
         return false;
-    const std::size_t stem = std::strlen(source) - std::strlen(MusicText(m_MusicSupportExts[row]));
-    const char* const converter = MusicText(m_MusicSupportConverters[row]);
-    char commandLine[ConvertedFileRoom];
+    const MusicRow& music = Settings.m_MusicRows[row];
+    const std::size_t stem = std::strlen(source) - std::strlen(MusicText(music.ext));
+    const char* const converter = MusicText(music.converter);
     const bool fits =
         FormatText(output, "%.*s%s", static_cast<int>(std::min(stem, ConvertedFileRoom)), source,
-                   MusicText(m_MusicSupportNewExts[row])) &&
+                   MusicText(music.newExt)) &&
         std::strlen(output) + 2 <= ConvertedFileRoom &&
-        (m_MusicSupportConverterNewExts[row]
+        (music.converterNewExt
              ? FormatText(commandLine, "%s \"%s\" \"%s\"", converter, source, output)
              : FormatText(commandLine, "%s \"%s\"", converter, source));
     if (!fits || !StaysOneArgument(source) || !StaysOneArgument(output)) {
         MakeMissing(output, source);
+        commandLine[0] = '\0';
         return true;
     }
     EndAsList(output);
-    if (converter[std::strspn(converter, " \t")]) // else the source itself would be started
-        RunConverter(commandLine);
+    if (!converter[std::strspn(converter, " \t")]) // the source itself would be started
+        commandLine[0] = '\0';
     return true;
 }

@@ -1,11 +1,11 @@
 #pragma once
 
-// The music-support table of a terminal: one row for each file extension that a converter
-// handles, in five parallel columns.
+// The music-support table of a terminal: one row for each file extension that
+// a converter handles.
 
 #include <cstdint>
 
-class ZoTerm;
+struct TermSettings;
 
 constexpr std::uint32_t MusicTextRoom = 10000; // bytes of a text of the table, with its NUL
 
@@ -15,15 +15,15 @@ constexpr std::int32_t MostMusicRows = 1000;
 
 // Frees the table and makes one of `rows` empty rows. False, with an empty table, when memory is
 // exhausted.
-bool ResizeMusicSupport(ZoTerm& terminal, std::int32_t rows);
+bool ResizeMusicSupport(TermSettings& settings, std::int32_t rows);
 
 // Adds what the section "Music Support" of an ini file tells: rows of new extensions behind the
 // table, rows of known ones over theirs. Without a file that switches music support on or off
 // nothing changes. `path` is a full path.
-void MergeMusicSupportIni(ZoTerm& terminal, const char* path);
+void MergeMusicSupportIni(TermSettings& settings, const char* path);
 
-// Replaces an entry of a text column by a copy. Without memory the entry stays as it was.
+// Replaces a text of a row by a copy. Without memory it stays as it was.
 void SetMusicText(char*& entry, const char* text);
 
-// The text of an entry; a missing one is empty.
+// A text of a row; a missing one is empty.
 const char* MusicText(const char* entry);

@@ -6,6 +6,7 @@
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/FileDialog.h"
+#include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
@@ -17,26 +18,26 @@ namespace {
 
 struct Sound {
     const char* text;
-    char (ZoTerm::*path)[MAX_PATH];
+    char (TermSettings::*path)[MAX_PATH];
 };
 
 constexpr Sound Sounds[] = {
-    {"Play WAV on command", &ZoTerm::m_CmdWav},
-    {"Play WAV on command failure", &ZoTerm::m_CmdErrWav},
-    {"Play WAV on send complete", &ZoTerm::m_CompleteWav},
-    {"Play WAV during send", &ZoTerm::m_SendMid},
+    {"Play WAV on command", &TermSettings::m_CmdWav},
+    {"Play WAV on command failure", &TermSettings::m_CmdErrWav},
+    {"Play WAV on send complete", &TermSettings::m_CompleteWav},
+    {"Play WAV during send", &TermSettings::m_SendMid},
 };
 
 struct Switch {
     int control;
-    std::uint32_t ZoTerm::*on;
+    std::uint32_t TermSettings::*on;
 };
 
 constexpr Switch Switches[] = {
-    {IDC_DISPLAY_SUMMARY, &ZoTerm::m_DisplaySummary},
-    {IDC_ASK_NAME, &ZoTerm::m_AskBeforeSendWrongFile},
-    {IDC_USE_LOG, &ZoTerm::m_UseLogFile},
-    {IDC_SHOW_PROGRESS, &ZoTerm::m_ShowProgress},
+    {IDC_DISPLAY_SUMMARY, &TermSettings::m_DisplaySummary},
+    {IDC_ASK_NAME, &TermSettings::m_AskBeforeSendWrongFile},
+    {IDC_USE_LOG, &TermSettings::m_UseLogFile},
+    {IDC_SHOW_PROGRESS, &TermSettings::m_ShowProgress},
 };
 
 constexpr char WaveFiles[] = "Wav Files (*.wav)\0*.wav\0All Files (*.*)\0*.*\0";
@@ -114,10 +115,11 @@ void EnableLogFile(HWND dialog) {
 void ShowSettings(HWND dialog, const ZoTerm& terminal) {
     for (const int edit : {IDC_SOUND_FILE, IDC_LOG_FILE}) // nothing is cut behind the user's back
         SendDlgItemMessageA(dialog, edit, EM_LIMITTEXT, MAX_PATH - 1, 0);
-    SetDlgItemInt(dialog, IDC_IMAGE_BLOCK_SIZE, terminal.m_ImageBlockSize, FALSE);
+    SetDlgItemInt(dialog, IDC_IMAGE_BLOCK_SIZE, terminal.Settings.m_ImageBlockSize, FALSE);
     for (const Switch& option : Switches)
-        CheckDlgButton(dialog, option.control, terminal.*option.on ? BST_CHECKED : BST_UNCHECKED);
-    SetDlgItemTextA(dialog, IDC_LOG_FILE, terminal.m_LogFile);
+        CheckDlgButton(dialog, option.control,
+                       terminal.Settings.*option.on ? BST_CHECKED : BST_UNCHECKED);
+    SetDlgItemTextA(dialog, IDC_LOG_FILE, terminal.Settings.m_LogFile);
     EnableLogFile(dialog);
 }
 
@@ -129,7 +131,7 @@ INT_PTR OnInitDialog(HWND dialog) {
         return FALSE;
     }
     for (std::size_t row = 0; row < std::size(Sounds); ++row)
-        CopyText(options->sounds[row], terminal.*Sounds[row].path);
+        CopyText(options->sounds[row], terminal.Settings.*Sounds[row].path);
     SetWindowLongPtrA(dialog, DWLP_USER, reinterpret_cast<LONG_PTR>(options));
     MakeRoomForCheckBox(dialog, IDC_ASK_NAME);
     CenterOverTerminal(dialog);
@@ -184,12 +186,12 @@ INT_PTR OnSoundTyped(HWND dialog) {
     return TRUE;
 }
 
-// Lets the user choose a file for an edit field. The terminal stays as long as that takes: with it
-// this dialog would go.
+// Lets the user choose a file for an edit field, over the terminal's window, too.
 INT_PTR Browse(HWND dialog, int edit, const OPENFILENAMEA& settings) {
     const HWND terminal = GetParent(dialog);
     char path[MAX_PATH];
     GetDlgItemTextA(dialog, edit, path, MAX_PATH);
+    const ModalScope scope(TerminalOfDialog(dialog));
     const bool wasHeld = EnableWindow(terminal, FALSE) != 0;
     const bool chosen = ChoosePath(settings, &GetOpenFileNameA, path);
     if (!wasHeld)
@@ -217,7 +219,7 @@ void TakeImageBlockSize(HWND dialog, ZoTerm& terminal) {
     BOOL isNumber = FALSE;
     const UINT size = GetDlgItemInt(dialog, IDC_IMAGE_BLOCK_SIZE, &isNumber, FALSE);
     if (isNumber && size >= 1 && size <= LargestBlockSize)
-        terminal.m_ImageBlockSize = size;
+        terminal.Settings.m_ImageBlockSize = size;
 }
 
 INT_PTR TakeOptions(HWND dialog) {
@@ -225,11 +227,11 @@ INT_PTR TakeOptions(HWND dialog) {
     Options& options = *OptionsOf(dialog);
     KeepTypedSound(dialog, options);
     for (std::size_t row = 0; row < std::size(Sounds); ++row)
-        CopyText(terminal.*Sounds[row].path, options.sounds[row]);
-    GetDlgItemTextA(dialog, IDC_LOG_FILE, terminal.m_LogFile, MAX_PATH);
+        CopyText(terminal.Settings.*Sounds[row].path, options.sounds[row]);
+    GetDlgItemTextA(dialog, IDC_LOG_FILE, terminal.Settings.m_LogFile, MAX_PATH);
     TakeImageBlockSize(dialog, terminal);
     for (const Switch& option : Switches)
-        terminal.*option.on = IsDlgButtonChecked(dialog, option.control) == BST_CHECKED;
+        terminal.Settings.*option.on = IsDlgButtonChecked(dialog, option.control) == BST_CHECKED;
     terminal.OpenLog();
     DestroyWindow(dialog);
     return TRUE;

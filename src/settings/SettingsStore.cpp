@@ -67,24 +67,24 @@ void ReadStringSetting(HKEY key, const char* name, char* buffer, DWORD capacity,
     std::memset(buffer + length, 0, capacity - length);
 }
 
-char* FieldAt(ZoTerm& terminal, std::size_t offset) {
-    return reinterpret_cast<char*>(&terminal) + offset;
+char* FieldAt(TermSettings& settings, std::size_t offset) {
+    return reinterpret_cast<char*>(&settings) + offset;
 }
 
 // Fields of 32 bits have several types, all of the same layout.
-DWORD NumberAt(ZoTerm& terminal, std::size_t offset) {
+DWORD NumberAt(TermSettings& settings, std::size_t offset) {
     DWORD value = 0;
-    std::memcpy(&value, FieldAt(terminal, offset), sizeof(value));
+    std::memcpy(&value, FieldAt(settings, offset), sizeof(value));
     return value;
 }
 
-void StoreNumber(ZoTerm& terminal, std::size_t offset, DWORD value) {
-    std::memcpy(FieldAt(terminal, offset), &value, sizeof(value));
+void StoreNumber(TermSettings& settings, std::size_t offset, DWORD value) {
+    std::memcpy(FieldAt(settings, offset), &value, sizeof(value));
 }
 
-void ReadListHead(ZoTerm& terminal, HKEY key, const Setting& setting) {
-    char* list = terminal.m_FileList;
-    const DWORD size = terminal.m_FileListSize;
+void ReadListHead(TransferBatch& batch, HKEY key, const Setting& setting) {
+    char* list = batch.m_FileList;
+    const DWORD size = batch.m_FileListSize;
     ReadStringSetting(key, setting.name, list, size, setting.text);
     list[size - 2] = '\0'; // the list's own end
 }
@@ -107,96 +107,98 @@ struct MusicRowNames {
     }
 };
 
-void ReadMusicRow(ZoTerm& terminal, HKEY key, std::int32_t row, char* buffer) {
-    const MusicRowNames names(row);
-    const auto readText = [key, buffer](const char* name, char*& entry) {
+void ReadMusicRow(MusicRow& row, HKEY key, std::int32_t index, char* buffer) {
+    const MusicRowNames names(index);
+    const auto readText = [key, buffer](const char* name, char*& text) {
         ReadStringSetting(key, name, buffer, MusicTextRoom, "");
-        SetMusicText(entry, buffer);
+        SetMusicText(text, buffer);
     };
-    readText(names.ext, terminal.m_MusicSupportExts[row]);
-    readText(names.converter, terminal.m_MusicSupportConverters[row]);
-    terminal.m_MusicSupportConverterNewExts[row] = ReadDwordSetting(key, names.converterNewExt, 1);
-    readText(names.newExt, terminal.m_MusicSupportNewExts[row]);
-    readText(names.command, terminal.m_MusicSupportCommands[row]);
+    readText(names.ext, row.ext);
+    readText(names.converter, row.converter);
+    row.converterNewExt = ReadDwordSetting(key, names.converterNewExt, 1);
+    readText(names.newExt, row.newExt);
+    readText(names.command, row.command);
 }
 
-void ReadMusicRows(ZoTerm& terminal, HKEY key) {
-    const std::int32_t rows = std::clamp(terminal.m_MusicSupportExt, 0, MostMusicRows);
-    if (terminal.m_MusicSupportCurExt < 0 || terminal.m_MusicSupportCurExt >= rows)
-        terminal.m_MusicSupportCurExt = 0;
-    terminal.m_MusicSupportExt = 0; // the count that was read; there is no table yet
+void ReadMusicRows(TermSettings& settings, HKEY key) {
+    const std::int32_t rows = std::clamp(settings.m_MusicSupportExt, 0, MostMusicRows);
+    if (settings.m_MusicSupportCurExt < 0 || settings.m_MusicSupportCurExt >= rows)
+        settings.m_MusicSupportCurExt = 0;
+    settings.m_MusicSupportExt = 0; // the count that was read; there is no table yet
     const std::unique_ptr<char[]> buffer(new (std::nothrow) char[MusicTextRoom]);
-    if (!buffer || !ResizeMusicSupport(terminal, rows))
+    if (!buffer || !ResizeMusicSupport(settings, rows))
         return;
     for (std::int32_t row = 0; row < rows; ++row)
-        ReadMusicRow(terminal, key, row, buffer.get());
+        ReadMusicRow(settings.m_MusicRows[row], key, row, buffer.get());
 }
 
 // What an ini file in the current folder adds to the rows.
-void MergeIni(ZoTerm& terminal) {
+void MergeIni(TermSettings& settings) {
     char folder[1000];
     char path[sizeof(folder) + sizeof("\\ZoConsole.ini")];
     const DWORD length = GetCurrentDirectoryA(sizeof(folder), folder);
     if (length > 0 && length < sizeof(folder) && FormatText(path, "%s\\ZoConsole.ini", folder))
-        MergeMusicSupportIni(terminal, path);
+        MergeMusicSupportIni(settings, path);
 }
 
-void WriteMusicRows(ZoTerm& terminal, HKEY key) {
-    for (std::int32_t row = 0; row < terminal.m_MusicSupportExt; ++row) {
-        const MusicRowNames names(row);
-        WriteStringSetting(key, names.ext, MusicText(terminal.m_MusicSupportExts[row]));
-        WriteStringSetting(key, names.converter, MusicText(terminal.m_MusicSupportConverters[row]));
-        WriteDwordSetting(key, names.converterNewExt, terminal.m_MusicSupportConverterNewExts[row]);
-        WriteStringSetting(key, names.newExt, MusicText(terminal.m_MusicSupportNewExts[row]));
-        WriteStringSetting(key, names.command, MusicText(terminal.m_MusicSupportCommands[row]));
+void WriteMusicRows(const TermSettings& settings, HKEY key) {
+    for (std::int32_t i = 0; i < settings.m_MusicSupportExt; ++i) {
+        const MusicRow& row = settings.m_MusicRows[i];
+        const MusicRowNames names(i);
+        WriteStringSetting(key, names.ext, MusicText(row.ext));
+        WriteStringSetting(key, names.converter, MusicText(row.converter));
+        WriteDwordSetting(key, names.converterNewExt, row.converterNewExt);
+        WriteStringSetting(key, names.newExt, MusicText(row.newExt));
+        WriteStringSetting(key, names.command, MusicText(row.command));
     }
 }
 
-void ReadSetting(ZoTerm& terminal, HKEY key, const Setting& setting) {
+void ReadSetting(TermSettings& settings, TransferBatch& batch, HKEY key, const Setting& setting) {
     const DWORD fallback = setting.computed ? setting.computed() : setting.number;
     switch (setting.kind) {
     case SettingKind::Dword:
-        StoreNumber(terminal, setting.field, ReadDwordSetting(key, setting.name, fallback));
+        StoreNumber(settings, setting.field, ReadDwordSetting(key, setting.name, fallback));
         break;
     case SettingKind::Byte:
-        *FieldAt(terminal, setting.field) =
+        *FieldAt(settings, setting.field) =
             static_cast<char>(ReadDwordSetting(key, setting.name, fallback));
         break;
     case SettingKind::Extent:
-        StoreNumber(terminal, setting.field,
-                    NumberAt(terminal, setting.base) +
+        StoreNumber(settings, setting.field,
+                    NumberAt(settings, setting.base) +
                         ReadDwordSetting(key, setting.name, fallback));
         break;
     case SettingKind::Text:
-        ReadStringSetting(key, setting.name, FieldAt(terminal, setting.field), setting.capacity,
+        ReadStringSetting(key, setting.name, FieldAt(settings, setting.field), setting.capacity,
                           setting.text);
         break;
-    case SettingKind::ListHead: ReadListHead(terminal, key, setting); break;
+    case SettingKind::ListHead: ReadListHead(batch, key, setting); break;
     case SettingKind::MusicRows:
-        ReadMusicRows(terminal, key);
+        ReadMusicRows(settings, key);
         if (key)
-            MergeIni(terminal);
+            MergeIni(settings);
         break;
     }
 }
 
-void WriteSetting(ZoTerm& terminal, HKEY key, const Setting& setting) {
+void WriteSetting(TermSettings& settings, const TransferBatch& batch, HKEY key,
+                  const Setting& setting) {
     switch (setting.kind) {
     case SettingKind::Dword:
-        WriteDwordSetting(key, setting.name, NumberAt(terminal, setting.field));
+        WriteDwordSetting(key, setting.name, NumberAt(settings, setting.field));
         break;
     case SettingKind::Byte:
-        WriteDwordSetting(key, setting.name, static_cast<BYTE>(*FieldAt(terminal, setting.field)));
+        WriteDwordSetting(key, setting.name, static_cast<BYTE>(*FieldAt(settings, setting.field)));
         break;
     case SettingKind::Extent:
         WriteDwordSetting(key, setting.name,
-                          NumberAt(terminal, setting.field) - NumberAt(terminal, setting.base));
+                          NumberAt(settings, setting.field) - NumberAt(settings, setting.base));
         break;
     case SettingKind::Text:
-        WriteStringSetting(key, setting.name, FieldAt(terminal, setting.field));
+        WriteStringSetting(key, setting.name, FieldAt(settings, setting.field));
         break;
-    case SettingKind::ListHead: WriteStringSetting(key, setting.name, terminal.m_FileList); break;
-    case SettingKind::MusicRows: WriteMusicRows(terminal, key); break;
+    case SettingKind::ListHead: WriteStringSetting(key, setting.name, batch.m_FileList); break;
+    case SettingKind::MusicRows: WriteMusicRows(settings, key); break;
     }
 }
 
@@ -212,9 +214,9 @@ struct HistoryName {
 
 void ZoTerm::LoadSettings() {
     const OwnedKey key = OpenKey(m_RegKeyPath);
-    m_Font = {};
+    Settings.m_Font = {};
     for (const Setting* setting : ReadingOrder())
-        ReadSetting(*this, key.get(), *setting);
+        ReadSetting(Settings, Batch, key.get(), *setting);
 }
 
 void ZoTerm::LoadCommandHistory() {
@@ -235,7 +237,7 @@ void ZoTerm::SaveSettings() {
     if (!key)
         return;
     for (const Setting* setting : SavingOrder())
-        WriteSetting(*this, key.get(), *setting);
+        WriteSetting(Settings, Batch, key.get(), *setting);
 
     const auto count = SendMessageA(m_hCommand, CB_GETCOUNT, 0, 0);
     for (std::uint32_t i = 0; i < HistoryLines && static_cast<LRESULT>(i) < count; ++i) {

@@ -1,11 +1,12 @@
 #include "settings/SettingsTable.h"
 
-#include "terminal/ZoTerm.h"
+#include "link/ComPort.h"
+#include "settings/TermSettings.h"
 
 #include <iterator>
 #include <type_traits>
 
-static_assert(std::is_standard_layout_v<ZoTerm>, "settings find their fields by offset");
+static_assert(std::is_standard_layout_v<TermSettings>, "settings find their fields by offset");
 
 namespace {
 
@@ -48,7 +49,7 @@ constexpr Setting Path(const char* name, std::size_t field) {
     return Text(name, field, MAX_PATH, "");
 }
 
-#define AT(member) offsetof(ZoTerm, member)
+#define AT(member) offsetof(TermSettings, member)
 
 const Setting WindowX = Number("WindowX", AT(m_WindowX), UseDefault);
 const Setting WindowY = Number("WindowY", AT(m_WindowY), UseDefault);
@@ -69,7 +70,7 @@ const Setting FontFaceName =
 const Setting TextColor = Computed("TextColor", AT(m_TextColor), &DefaultTextColor);
 const Setting BootFile = Path("BootFile", AT(m_BootFile));
 const Setting ReceiveFile = Path("ReceiveFile", AT(m_ReceiveFile));
-const Setting SendFiles = {"SendFiles", SettingKind::ListHead, AT(m_FileList)};
+const Setting SendFiles = {"SendFiles", SettingKind::ListHead};
 const Setting ImageFile = Path("ImageFile", AT(m_ImageFile));
 const Setting MacrosFile = Path("MacrosFile", AT(m_MacrosFile));
 const Setting CmdWav = Path("CmdWav", AT(m_CmdWav));

@@ -2,7 +2,6 @@
 
 #include "base/Text.h"
 #include "resources/resource.h"
-#include "settings/MusicSupport.h"
 #include "terminal/Module.h"
 #include "terminal/TerminalWindow.h"
 #include "terminal/ZoTerm.h"
@@ -41,22 +40,6 @@ void InitializeControls() {
     InitCommonControlsEx(&controls);
 }
 
-char* ZeroedBuffer(std::size_t size) {
-    return static_cast<char*>(std::calloc(size, 1));
-}
-
-bool AllocateBuffers(ZoTerm& terminal) {
-    terminal.m_FileList = ZeroedBuffer(BatchBufferSize);
-    terminal.m_Results = ZeroedBuffer(BatchBufferSize);
-    terminal.m_DeviceNames = ZeroedBuffer(BatchBufferSize);
-    terminal.m_PaneText = ZeroedBuffer(ZoTerm::PaneLimit + 1);
-    terminal.m_FileListSize = BatchBufferSize;
-    terminal.m_ResultsSize = BatchBufferSize;
-    terminal.m_DeviceNamesSize = BatchBufferSize;
-    return terminal.m_FileList && terminal.m_Results && terminal.m_DeviceNames &&
-           terminal.m_PaneText;
-}
-
 // A repeated registration fails, and that is fine.
 void RegisterTerminalClass() {
     WNDCLASSA terminal = {};
@@ -73,20 +56,10 @@ void RegisterTerminalClass() {
 bool CreateTerminalWindow(ZoTerm& terminal) {
     RegisterTerminalClass();
     return CreateWindowExA(0, TerminalClassName, ProductTitle,
-                           WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, terminal.m_WindowX,
-                           terminal.m_WindowY, terminal.m_WindowWidth, terminal.m_WindowHeight,
-                           nullptr, nullptr, ProgramModule, &terminal) != nullptr;
-}
-
-// Frees a terminal without a window. A window that was destroyed has freed its share already.
-void Discard(ZoTerm* terminal) {
-    DestroyComPort(terminal->Port);
-    for (char* buffer :
-         {terminal->m_FileList, terminal->m_Results, terminal->m_DeviceNames, terminal->m_PaneText})
-        std::free(buffer);
-    ResizeMusicSupport(*terminal, 0);
-    terminal->CloseLog();
-    delete terminal;
+                           WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, terminal.Settings.m_WindowX,
+                           terminal.Settings.m_WindowY, terminal.Settings.m_WindowWidth,
+                           terminal.Settings.m_WindowHeight, nullptr, nullptr, ProgramModule,
+                           &terminal) != nullptr;
 }
 
 } // namespace
@@ -100,26 +73,22 @@ ZoTerm* CreateTerminal(HWND dispatcher, std::uint16_t slot) {
     FormatText(terminal->m_RegKeyPath, "Software\\Zorbel\\ZoConsole\\Instance%d", instance);
     ProgramModule = GetModuleHandleA(nullptr);
     InitializeControls();
-    terminal->Port = CreateComPort();
-    if (!terminal->Port || !AllocateBuffers(*terminal)) {
-        Discard(terminal);
+    if (!terminal->MakeParts()) {
+        delete terminal;
         return nullptr;
     }
     terminal->LoadSettings();
     terminal->m_Dispatcher = dispatcher;
     if (!CreateTerminalWindow(*terminal)) {
-        Discard(terminal);
+        delete terminal;
         return nullptr;
     }
-    terminal->SelectDevice(terminal->m_DeviceName);
-    terminal->OpenPort(terminal->m_PortNumber, terminal->m_BaudRate);
-    terminal->BuildMacrosMenu();
-    terminal->OpenLog();
+    terminal->ApplySettings();
     return terminal;
 }
 
 void ShowTerminal(const ZoTerm& terminal, bool visible) {
-    ShowWindow(terminal.m_hWnd, visible ? terminal.m_ShowCmd : SW_HIDE);
+    ShowWindow(terminal.m_hWnd, visible ? terminal.Settings.m_ShowCmd : SW_HIDE);
     if (visible)
         UpdateWindow(terminal.m_hWnd);
 }
@@ -127,5 +96,5 @@ void ShowTerminal(const ZoTerm& terminal, bool visible) {
 void DestroyTerminal(ZoTerm* terminal) {
     if (terminal->m_hWnd)
         DestroyWindow(terminal->m_hWnd);
-    Discard(terminal);
+    delete terminal;
 }

@@ -1,8 +1,8 @@
 // The command box: one line to send at a time, and a history of the last ones.
 
 #include "resources/resource.h"
+#include "terminal/MessageLoop.h"
 #include "terminal/Module.h"
-#include "terminal/Sounds.h"
 #include "terminal/ZoTerm.h"
 
 namespace {
@@ -15,7 +15,9 @@ ZoTerm* TerminalOfEdit(HWND edit) {
     return reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(window, GWLP_USERDATA));
 }
 
-LRESULT CALLBACK CommandEditProc(HWND edit, UINT message, WPARAM wParam, LPARAM lParam) {
+} // namespace
+
+LRESULT CALLBACK ZoTerm::CommandEditProc(HWND edit, UINT message, WPARAM wParam, LPARAM lParam) {
     const ZoTerm* terminal = TerminalOfEdit(edit);
     if (!terminal)
         return DefWindowProcA(edit, message, wParam, lParam);
@@ -27,8 +29,6 @@ LRESULT CALLBACK CommandEditProc(HWND edit, UINT message, WPARAM wParam, LPARAM 
     }
     return CallWindowProcA(terminal->m_OldCommandEditProc, edit, message, wParam, lParam);
 }
-
-} // namespace
 
 bool ZoTerm::CreateCommandBox() {
     m_hCommand = CreateWindowExA(
@@ -51,13 +51,7 @@ LRESULT ZoTerm::SendTypedLine() {
     SetWindowTextA(m_hCommand, "");
     if (line[0])
         RememberLine(line);
-    return SendCommandAloud(line);
-}
-
-bool ZoTerm::SendCommandAloud(const char* line) {
-    const bool accepted = Port->SendCommand(line);
-    PlayWav(accepted ? m_CmdWav : m_CmdErrWav);
-    return accepted;
+    return SenderWaits() && !SenderWait::TooMany() ? AwaitAnswer(line) : QueueLine(line, LineAloud);
 }
 
 // The line goes to the top of the history and back into the edit field, selected, so that Enter

@@ -9,53 +9,56 @@
 #include "resources/resource.h"
 #include "settings/OptionsDialog.h"
 #include "terminal/DispatcherRequest.h"
+#include "terminal/MessageLoop.h"
+#include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
-#include <iterator>
+#include <utility>
 
 namespace {
 
-using Handler = void (ZoTerm::*)(WORD command);
-
-enum class After { Nothing, Focus }; // Focus: the command box takes the keyboard focus
-
-struct Command {
-    WORD first;
-    WORD last;
-    Handler run; // null: nothing carries the command out
-    After after;
-};
-
-constexpr Command Commands[] = {
-    {CMD_REBOOT, CMD_REBOOT, &ZoTerm::Reboot, After::Nothing},
-    {CMD_MACRO_FIRST, CMD_MACRO_LAST, &ZoTerm::RunMenuMacro, After::Nothing},
-    {CMD_EXIT, CMD_EXIT, &ZoTerm::Exit, After::Nothing},
-    {CMD_FONT, CMD_FONT, &ZoTerm::ChooseFont, After::Focus},
-    {CMD_SEND_FILES, CMD_SEND_FILES, &ZoTerm::SendFiles, After::Focus},
-    {CMD_BOOT_FILE, CMD_BOOT_FILE, &ZoTerm::BootFile, After::Focus},
-    {CMD_BAUD_2400, CMD_BAUD_115200, &ZoTerm::SelectMenuBaudRate, After::Nothing},
-    {CMD_PORT_1, CMD_PORT_NONE, &ZoTerm::OpenMenuPort, After::Nothing},
-    {CMD_CLEAR, CMD_CLEAR, &ZoTerm::ClearOutput, After::Nothing},
-    {CMD_NEW_WINDOW, CMD_NEW_WINDOW, &ZoTerm::NewWindow, After::Focus},
-    {CMD_LOAD_MACROS, CMD_LOAD_MACROS, &ZoTerm::LoadMacros, After::Nothing},
-    {CMD_SEND_IMAGE, CMD_SEND_IMAGE, &ZoTerm::SendImage, After::Focus},
-    {CMD_CONTENTS, CMD_CONTENTS, nullptr, After::Nothing},
-    {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout, After::Nothing},
-    {CMD_OPTIONS, CMD_OPTIONS, &ZoTerm::ShowOptions, After::Nothing},
-    {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort, After::Nothing},
-    {CMD_FOCUS, CMD_FOCUS, nullptr, After::Focus},
-    {CMD_SUMMARY, CMD_SUMMARY, &ZoTerm::ShowSummary, After::Nothing},
-    {CMD_DEVICE_DEFAULT, CMD_DEVICE_MP3, &ZoTerm::SelectMenuDevice, After::Nothing},
-    {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, &ZoTerm::ChooseDevice, After::Nothing},
-    {CMD_RECEIVE_FILE, CMD_RECEIVE_FILE, &ZoTerm::ReceiveFile, After::Focus},
-    {CMD_ARRANGE, CMD_ARRANGE, nullptr, After::Focus},
-};
+enum class Opens { Nothing, Modal }; // Modal: it runs a modal dialog
+enum class Then { Nothing, Focus };  // Focus: the command box takes the keyboard focus
 
 constexpr WORD FromAccelerator = 1; // in the place of a control's notification
 
 } // namespace
 
+// A command that runs a dialog does not do so within a message whose sender waits.
 LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
+    struct Command {
+        WORD first;
+        WORD last;
+        void (ZoTerm::*run)(WORD command); // null: nothing carries the command out
+        Opens opens;
+        Then then;
+    };
+    static constexpr Command Commands[] = {
+        {CMD_REBOOT, CMD_REBOOT, &ZoTerm::Reboot, Opens::Nothing, Then::Nothing},
+        {CMD_MACRO_FIRST, CMD_MACRO_LAST, &ZoTerm::RunMenuMacro, Opens::Nothing, Then::Nothing},
+        {CMD_EXIT, CMD_EXIT, &ZoTerm::Exit, Opens::Nothing, Then::Nothing},
+        {CMD_FONT, CMD_FONT, &ZoTerm::ChooseFont, Opens::Modal, Then::Focus},
+        {CMD_SEND_FILES, CMD_SEND_FILES, &ZoTerm::SendFiles, Opens::Modal, Then::Focus},
+        {CMD_BOOT_FILE, CMD_BOOT_FILE, &ZoTerm::BootFile, Opens::Modal, Then::Focus},
+        {CMD_BAUD_2400, CMD_BAUD_115200, &ZoTerm::SelectMenuBaudRate, Opens::Nothing,
+         Then::Nothing},
+        {CMD_PORT_1, CMD_PORT_NONE, &ZoTerm::OpenMenuPort, Opens::Nothing, Then::Nothing},
+        {CMD_CLEAR, CMD_CLEAR, &ZoTerm::ClearOutput, Opens::Nothing, Then::Nothing},
+        {CMD_NEW_WINDOW, CMD_NEW_WINDOW, &ZoTerm::NewWindow, Opens::Nothing, Then::Focus},
+        {CMD_LOAD_MACROS, CMD_LOAD_MACROS, &ZoTerm::LoadMacros, Opens::Modal, Then::Nothing},
+        {CMD_SEND_IMAGE, CMD_SEND_IMAGE, &ZoTerm::SendImage, Opens::Modal, Then::Focus},
+        {CMD_CONTENTS, CMD_CONTENTS, nullptr, Opens::Nothing, Then::Nothing},
+        {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout, Opens::Modal, Then::Nothing},
+        {CMD_OPTIONS, CMD_OPTIONS, &ZoTerm::ShowOptions, Opens::Nothing, Then::Nothing},
+        {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort, Opens::Modal, Then::Nothing},
+        {CMD_FOCUS, CMD_FOCUS, nullptr, Opens::Nothing, Then::Focus},
+        {CMD_SUMMARY, CMD_SUMMARY, &ZoTerm::ShowSummary, Opens::Modal, Then::Nothing},
+        {CMD_DEVICE_DEFAULT, CMD_DEVICE_MP3, &ZoTerm::SelectMenuDevice, Opens::Nothing,
+         Then::Nothing},
+        {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, &ZoTerm::ChooseDevice, Opens::Modal, Then::Nothing},
+        {CMD_RECEIVE_FILE, CMD_RECEIVE_FILE, &ZoTerm::ReceiveFile, Opens::Modal, Then::Focus},
+        {CMD_ARRANGE, CMD_ARRANGE, nullptr, Opens::Nothing, Then::Focus},
+    };
     if (command == IDC_COMMAND)
         return notification == EnterPressed ? SendTypedLine() : 0;
     if (command == CMD_REBOOT && notification != FromAccelerator &&
@@ -66,9 +69,13 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
     for (const Command& entry : Commands) {
         if (command < entry.first || command > entry.last)
             continue;
+        if (entry.opens == Opens::Modal && SenderWaits()) {
+            PostMessageA(m_hWnd, WM_COMMAND, MAKEWPARAM(command, notification), 0);
+            return 0;
+        }
         if (entry.run)
             (this->*entry.run)(command);
-        if (entry.after == After::Focus)
+        if (entry.then == Then::Focus)
             SetFocus(m_hCommand);
         return 0;
     }
@@ -76,7 +83,7 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
 }
 
 void ZoTerm::Reboot(WORD) {
-    SendCommandAloud("reboot");
+    QueueLine("reboot", LineAloud);
 }
 
 void ZoTerm::RunMenuMacro(WORD command) {
@@ -120,7 +127,7 @@ void ZoTerm::BootFile(WORD) {
 
 void ZoTerm::ReceiveFile(WORD) {
     if (TakesLists() && ChooseReceiveFile())
-        StartReceiveList();
+        OpenReceiveFileDialog(*this);
 }
 
 void ZoTerm::ChoosePort(WORD) {
@@ -148,31 +155,29 @@ void ZoTerm::ShowAbout(WORD) {
 }
 
 bool ZoTerm::StartSendBatch(bool image) {
-    if (!ResetBatch())
+    if (!Batch.Reset())
         return false;
     OpenSendFilesDialog(*this, image);
-    return m_ProgressDialog != nullptr;
+    return Operation.m_ProgressDialog != nullptr;
 }
 
 bool ZoTerm::StartSendList(const char* list, std::size_t size) {
     const std::size_t checked = CheckedListSize(list, size);
-    return checked > 1 && TakesLists() && TakeFileList(list, checked, 0) && StartSendBatch(false);
-}
-
-bool ZoTerm::StartReceiveList() {
-    OpenReceiveFileDialog(*this);
-    return m_ProgressDialog != nullptr;
+    return checked > 1 && TakesLists() && Batch.TakeList(list, checked, 0) && StartSendBatch(false);
 }
 
 LRESULT ZoTerm::OnDropFiles(HDROP drop) {
-    const bool taken = TakesLists() && !m_Busy && TakeDroppedFiles(drop);
+    const bool taken = TakesLists() && TakeDroppedFiles(drop);
     DragFinish(drop);
     if (taken)
         StartSendBatch(false);
     return 0;
 }
 
-LRESULT ZoTerm::OnBatchEnded(bool summary, bool complete) {
-    FinishBatch(*this, summary, complete);
-    return 0;
+// The console's text has had its time to come.
+void ZoTerm::OnSettled() {
+    KillTimer(m_hWnd, SettleTimerId);
+    ShowPortOutput();
+    if (std::exchange(After.consoleWaits, false))
+        FinishFailedReceive(*this);
 }

@@ -32,7 +32,6 @@ bool ZoTerm::CreateControls(HWND window) {
     CreateToolbar();
     if (!CreateOutputPane())
         return false;
-    m_Busy = 0;
     if (!CreateCommandBox())
         return false;
     FillToolbar();
@@ -42,7 +41,7 @@ bool ZoTerm::CreateControls(HWND window) {
     m_OutputCount = 0;
     SetStatusFill(0);
 
-    m_hFont = CreateFontIndirectA(&m_Font);
+    m_hFont = CreateFontIndirectA(&Settings.m_Font);
     if (m_hFont) {
         SendMessageA(m_hOutput, WM_SETFONT, reinterpret_cast<WPARAM>(m_hFont), FALSE);
         SendMessageA(m_hCommand, WM_SETFONT, reinterpret_cast<WPARAM>(m_hFont), FALSE);
@@ -86,16 +85,16 @@ void ZoTerm::RememberWindow() {
     if (!IsIconic(m_hWnd)) {
         RECT rect = {};
         GetWindowRect(m_hWnd, &rect);
-        m_WindowX = rect.left;
-        m_WindowY = rect.top;
-        m_WindowWidth = rect.right - rect.left;
-        m_WindowHeight = rect.bottom - rect.top;
+        Settings.m_WindowX = rect.left;
+        Settings.m_WindowY = rect.top;
+        Settings.m_WindowWidth = rect.right - rect.left;
+        Settings.m_WindowHeight = rect.bottom - rect.top;
     }
     if (IsWindowVisible(m_hWnd)) {
         WINDOWPLACEMENT placement = {};
         placement.length = sizeof(placement);
         GetWindowPlacement(m_hWnd, &placement);
-        m_ShowCmd = static_cast<std::int32_t>(placement.showCmd);
+        Settings.m_ShowCmd = static_cast<std::int32_t>(placement.showCmd);
     }
 }
 
@@ -103,7 +102,7 @@ void ZoTerm::RememberWindow() {
 LRESULT ZoTerm::OnControlColor(HDC context, HWND control) {
     const int background = IsWindowEnabled(m_hCommand) ? COLOR_WINDOW : COLOR_BTNFACE;
     if (control == m_hOutput || control == m_hCommand || GetParent(control) == m_hCommand)
-        SetTextColor(context, m_TextColor);
+        SetTextColor(context, Settings.m_TextColor);
     SetBkColor(context, GetSysColor(background));
     return reinterpret_cast<LRESULT>(GetSysColorBrush(background));
 }

@@ -55,7 +55,8 @@ void MakeRoomBelow(HWND dialog, int control) {
     LONG covered = 0;
     for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         const LONG top = RectInDialog(dialog, child).top;
-        if (child != upper && IsWindowVisible(child) && above.bottom - top > covered)
+        const bool shown = (GetWindowLongPtrA(child, GWL_STYLE) & WS_VISIBLE) != 0;
+        if (child != upper && shown && above.bottom - top > covered)
             covered = above.bottom - top;
     }
     if (covered == 0)

@@ -1,13 +1,12 @@
 // Where the lists of files come from: dialogs, drops, the command line and other starts.
 
 #include "base/Text.h"
-#include "fileops/Batch.h"
 #include "link/codec/PackedList.h"
 #include "terminal/FileDialog.h"
+#include "terminal/ModalScope.h"
 #include "terminal/ZoTerm.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -27,7 +26,9 @@ Buffer MakeBuffer(std::size_t size) {
 }
 
 // A dialog for one file. The field stays a list of one name.
-bool ChooseOne(const OPENFILENAMEA& dialog, FileDialogKind run, char (&field)[MAX_PATH]) {
+bool ChooseOne(ZoTerm& terminal, const OPENFILENAMEA& dialog, FileDialogKind run,
+               char (&field)[MAX_PATH]) {
+    const ModalScope scope(terminal);
     const bool chosen = ChoosePath(dialog, run, field);
     EndAsList(field);
     return chosen;
@@ -57,79 +58,43 @@ Buffer JoinedPaths(const char* folder, std::size_t& size) {
 
 } // namespace
 
-bool ZoTerm::TakesLists() const {
-    return !m_ProgressDialog && !m_MusicCommandWaits;
-}
-
-// Makes room for so many bytes of the list; what is in it is lost. A terminal never goes without
-// a list: when there is no memory the old one stays.
-bool ZoTerm::GrowBuffer(char*& buffer, std::uint32_t& size, std::size_t needed) {
-    if (needed <= size)
-        return true;
-    auto* grown = needed <= UINT32_MAX ? static_cast<char*>(std::calloc(needed, 1)) : nullptr;
-    if (!grown)
-        return false;
-    std::free(buffer);
-    buffer = grown;
-    size = static_cast<std::uint32_t>(needed);
-    return true;
-}
-
-bool ZoTerm::TakeFileList(const char* list, std::size_t size, std::size_t room) {
-    if (!GrowBuffer(m_FileList, m_FileListSize, std::max(size, room)))
-        return false;
-    std::memset(m_FileList, 0, m_FileListSize);
-    std::memcpy(m_FileList, list, size);
-    return true;
-}
-
-bool ZoTerm::ResetBatch() {
-    const std::size_t files = CountNames(m_FileList) + 1; // or the image
-    if (!GrowBuffer(m_Results, m_ResultsSize, ResultsRoom(files)) ||
-        !GrowBuffer(m_DeviceNames, m_DeviceNamesSize, DeviceNamesRoom(files)))
-        return false;
-    m_CancelRequested = 0;
-    std::memset(m_Results, 0, m_ResultsSize);
-    std::memset(m_DeviceNames, 0, m_DeviceNamesSize);
-    return true;
-}
-
 // The dialog writes into a buffer of its own: another start may bring a list while it is open.
 bool ZoTerm::ChooseSendFiles() {
-    const std::uint32_t room = std::max(m_FileListSize, SelectionRoom);
+    const std::uint32_t room = std::max(Batch.m_FileListSize, SelectionRoom);
     const Buffer chosen = MakeBuffer(room);
     if (!chosen)
         return false;
-    std::memcpy(chosen.get(), m_FileList, std::strlen(m_FileList) + 1);
+    std::memcpy(chosen.get(), Batch.m_FileList, std::strlen(Batch.m_FileList) + 1);
     OPENFILENAMEA dialog = FileDialog(m_hWnd, "Send File(s)", AllFiles, chosen.get(), room - 1);
     dialog.Flags |= OFN_FILEMUSTEXIST | OFN_ALLOWMULTISELECT;
+    const ModalScope scope(*this);
     if (!RunFileDialog(dialog, &GetOpenFileNameA) || !TakesLists())
         return false;
 
     const char* const names = NextName(chosen.get());
     if (*names == '\0') // one file, as its path
-        return TakeFileList(chosen.get(), std::strlen(chosen.get()) + 2, 0);
+        return Batch.TakeList(chosen.get(), std::strlen(chosen.get()) + 2, 0);
     std::size_t size = 0;
     const Buffer paths = JoinedPaths(chosen.get(), size);
-    return paths && TakeFileList(paths.get(), size, (CountNames(chosen.get())) * EntryRoom);
+    return paths && Batch.TakeList(paths.get(), size, (CountNames(chosen.get())) * EntryRoom);
 }
 
 bool ZoTerm::ChooseBootFile() {
     OPENFILENAMEA dialog = FileDialog(m_hWnd, "Boot File", BootFiles, nullptr, OneName);
     dialog.lpstrDefExt = "boot";
     dialog.Flags |= OFN_FILEMUSTEXIST;
-    return ChooseOne(dialog, &GetOpenFileNameA, m_BootFile) && TakesLists();
+    return ChooseOne(*this, dialog, &GetOpenFileNameA, Settings.m_BootFile) && TakesLists();
 }
 
 bool ZoTerm::ChooseImageFile() {
     OPENFILENAMEA dialog = FileDialog(m_hWnd, "Image File", AllFiles, nullptr, OneName);
     dialog.Flags |= OFN_FILEMUSTEXIST;
-    return ChooseOne(dialog, &GetOpenFileNameA, m_ImageFile) && TakesLists();
+    return ChooseOne(*this, dialog, &GetOpenFileNameA, Settings.m_ImageFile) && TakesLists();
 }
 
 bool ZoTerm::ChooseReceiveFile() {
     const OPENFILENAMEA dialog = FileDialog(m_hWnd, "Receive File", AllFiles, nullptr, OneName);
-    return ChooseOne(dialog, &GetSaveFileNameA, m_ReceiveFile) && TakesLists();
+    return ChooseOne(*this, dialog, &GetSaveFileNameA, Settings.m_ReceiveFile) && TakesLists();
 }
 
 bool ZoTerm::TakeDroppedFiles(HDROP drop) {
@@ -143,5 +108,5 @@ bool ZoTerm::TakeDroppedFiles(HDROP drop) {
     std::size_t at = 0;
     for (UINT i = 0; i < count; ++i)
         at += DragQueryFileA(drop, i, list.get() + at, static_cast<UINT>(size - at)) + 1;
-    return TakeFileList(list.get(), size, std::size_t{count} * EntryRoom);
+    return Batch.TakeList(list.get(), size, std::size_t{count} * EntryRoom);
 }

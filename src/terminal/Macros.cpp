@@ -5,8 +5,8 @@
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/FileDialog.h"
+#include "terminal/ModalScope.h"
 #include "terminal/Sounds.h"
-#include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
 #include <cstring>
@@ -19,7 +19,6 @@ constexpr UINT Separator = 1;          // its place in the Macros menu, behind L
 constexpr unsigned KeyedItems = 10;    // items with a key, Alt+1 to Alt+9 and Alt+0
 constexpr std::size_t LabelRoom = 256; // characters of an item's label
 constexpr std::size_t KeyRoom = 8;     // of them for the key
-constexpr UINT LinePause = 10;         // ms between a macro's lines
 constexpr unsigned MostItems = CMD_MACRO_LAST - CMD_MACRO_FIRST + 1;
 
 // The file's full path, since the ini functions look for a bare name in the system's folder. False
@@ -68,7 +67,8 @@ bool ZoTerm::ChooseMacrosFile() {
     OPENFILENAMEA dialog = FileDialog(m_hWnd, "Load Macros", MacrosFiles, nullptr, MAX_PATH);
     dialog.lpstrDefExt = "TXT";
     dialog.Flags |= OFN_FILEMUSTEXIST;
-    return ChoosePath(dialog, &GetOpenFileNameA, m_MacrosFile);
+    const ModalScope scope(*this);
+    return ChoosePath(dialog, &GetOpenFileNameA, Settings.m_MacrosFile);
 }
 
 bool ZoTerm::BuildMacrosMenu() {
@@ -76,7 +76,7 @@ bool ZoTerm::BuildMacrosMenu() {
     RemoveItems(menu);
     m_MacroNames[0] = '\0';
     char path[MAX_PATH];
-    if (!FindMacrosFile(m_MacrosFile, path))
+    if (!FindMacrosFile(Settings.m_MacrosFile, path))
         return false;
     GetPrivateProfileSectionNamesA(m_MacroNames, sizeof(m_MacroNames), path);
     EndList(m_MacroNames);
@@ -104,7 +104,8 @@ const char* ZoTerm::MacroName(unsigned index) const {
 void ZoTerm::RunMacro(unsigned index) {
     const char* const name = MacroName(index);
     char path[MAX_PATH];
-    if (!name || m_Busy || !FindMacrosFile(m_MacrosFile, path))
+    if (!name || (GetMenuState(GetMenu(m_hWnd), MacrosMenu, MF_BYPOSITION) & MF_GRAYED) ||
+        !FindMacrosFile(Settings.m_MacrosFile, path))
         return;
     char lines[MacroRoom] = {};
     GetPrivateProfileSectionA(name, lines, sizeof(lines), path);
@@ -113,42 +114,24 @@ void ZoTerm::RunMacro(unsigned index) {
         CopyText(lines, name);
         EndAsList(lines);
     }
-    QueueMacroLines(lines);
+    SendMacroLines(lines);
 }
 
-// The first line goes out at once, the others by timer: each may wait seconds for its answer, and
-// between them the window shows what the device wrote and takes the user's commands.
-void ZoTerm::QueueMacroLines(const char* lines) {
-    const std::size_t waiting = CheckedListSize(m_MacroQueue, sizeof(m_MacroQueue)) - 1;
-    const std::size_t added = CheckedListSize(lines, MacroRoom);
-    if (waiting + added > sizeof(m_MacroQueue)) {
-        PlayWav(m_CmdErrWav);
-        return;
+// All at once, so that no other line comes between them. A character that became a line end on its
+// way through the code pages must not end the command line early: such a line is not sent.
+void ZoTerm::SendMacroLines(char* lines) {
+    char* kept = lines;
+    bool refused = false;
+    for (const char* line = lines; *line;) {
+        const std::size_t size = std::strlen(line) + 1;
+        const bool good = !std::strpbrk(line, "\r\n");
+        refused = refused || !good;
+        std::memmove(kept, line, size);
+        line += size;
+        kept += good ? size : 0;
     }
-    std::memcpy(m_MacroQueue + waiting, lines, added);
-    if (waiting == 0)
-        SendMacroLine();
-}
-
-// A file operation has the line for itself; what waits goes out when it has ended. A character
-// that became a line end on its way through the code pages must not end the command line early.
-void ZoTerm::SendMacroLine() {
-    if (m_Busy)
-        return;
-    if (std::strpbrk(m_MacroQueue, "\r\n"))
-        PlayWav(m_CmdErrWav);
-    else
-        SendCommandAloud(m_MacroQueue);
-    const char* const rest = NextName(m_MacroQueue);
-    std::memmove(m_MacroQueue, rest,
-                 sizeof(m_MacroQueue) - static_cast<std::size_t>(rest - m_MacroQueue));
-    if (*m_MacroQueue)
-        SetTimer(m_hWnd, MacroTimerId, LinePause, nullptr);
-    else
-        KillTimer(m_hWnd, MacroTimerId);
-}
-
-void ZoTerm::ForgetMacroLines() {
-    KillTimer(m_hWnd, MacroTimerId);
-    m_MacroQueue[0] = '\0';
+    *kept = '\0';
+    if (refused)
+        PlayWav(Settings.m_CmdErrWav);
+    QueueLines(lines, LineAloud);
 }

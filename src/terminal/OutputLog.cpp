@@ -6,8 +6,8 @@
 // only one terminal writes it.
 void ZoTerm::OpenLog() {
     CloseLog();
-    const HANDLE log = CreateFileA(m_LogFile, GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                                   FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE log = CreateFileA(Settings.m_LogFile, GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                   OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (log == INVALID_HANDLE_VALUE)
         return;
     SetFilePointer(log, 0, nullptr, FILE_END);
@@ -16,7 +16,7 @@ void ZoTerm::OpenLog() {
 
 void ZoTerm::WriteLog(const char* bytes, std::uint32_t count) {
     DWORD written = 0;
-    if (m_LogHandle && m_UseLogFile && count > 0)
+    if (m_LogHandle && Settings.m_UseLogFile && count > 0)
         WriteFile(m_LogHandle, bytes, count, &written, nullptr);
 }
 

@@ -14,7 +14,9 @@ constexpr DWORD AppendPeriod = 30;          // ms between appends to the pane
 constexpr UINT GaugePeriod = 100;           // ms
 constexpr std::uint32_t GaugeRestarts = 10;
 
-LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam) {
+} // namespace
+
+LRESULT CALLBACK ZoTerm::OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* terminal = reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(pane), GWLP_USERDATA));
     if (!terminal)
         return DefWindowProcA(pane, message, wParam, lParam);
@@ -22,8 +24,6 @@ LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM l
         return terminal->OnDropFiles(reinterpret_cast<HDROP>(wParam));
     return CallWindowProcA(terminal->m_OldOutputProc, pane, message, wParam, lParam);
 }
-
-} // namespace
 
 bool ZoTerm::CreateOutputPane() {
     m_hOutput = CreateWindowExA(WS_EX_CLIENTEDGE | WS_EX_ACCEPTFILES, "EDIT", "",

@@ -74,23 +74,25 @@ UINT DevicePosition(const char* name) {
 bool ZoTerm::OpenPort(std::int32_t number, std::uint32_t baud) {
     char path[32];
     FormatText(path, "\\\\.\\COM%d", static_cast<int>(number));
-    ForgetMacroLines(); // they were for the device that goes
     Port->Close();
+    TakeAnswers(); // what waited was for the device that goes
     const bool connected = number > 0 && Port->Open(path, baud, InputBufferSize);
     if (connected)
-        m_BaudRate = baud;
-    m_PortNumber = connected ? number : 0;
-    CheckOnly(Popup(m_hWnd, PortMenu),
-              m_PortNumber < OtherPortPosition ? m_PortNumber : OtherPortPosition);
+        Settings.m_BaudRate = baud;
+    Settings.m_PortNumber = connected ? number : 0;
+    CheckOnly(Popup(m_hWnd, PortMenu), Settings.m_PortNumber < OtherPortPosition
+                                           ? Settings.m_PortNumber
+                                           : OtherPortPosition);
     if (connected)
         Port->SetNotify(m_hWnd, LinkMessage, NotifyText | NotifyTransfer);
     ShowConnection(connected);
 
-    SelectBaudRate(m_BaudRate);
-    SetStatusPort(m_PortNumber);
+    SelectBaudRate(Settings.m_BaudRate);
+    SetStatusPort(Settings.m_PortNumber);
     char title[64];
     if (connected)
-        FormatText(title, " Port: COM%d, %s", static_cast<int>(m_PortNumber), ProductTitle);
+        FormatText(title, " Port: COM%d, %s", static_cast<int>(Settings.m_PortNumber),
+                   ProductTitle);
     else
         FormatText(title, " Port: NONE, %s", ProductTitle);
     SetWindowTextA(m_hWnd, title);
@@ -108,24 +110,23 @@ void ZoTerm::ShowConnection(bool connected) {
 }
 
 bool ZoTerm::SelectBaudRate(std::uint32_t baud) {
-    const bool taken = Port->SetBaudRate(baud) || m_PortNumber == 0;
+    const bool taken = Port->SetBaudRate(baud) || Settings.m_PortNumber == 0;
     if (taken)
-        m_BaudRate = baud;
-    CheckOnly(Popup(m_hWnd, BaudMenu), BaudRatePosition(m_BaudRate));
+        Settings.m_BaudRate = baud;
+    CheckOnly(Popup(m_hWnd, BaudMenu), BaudRatePosition(Settings.m_BaudRate));
     SetFocus(m_hCommand);
     return taken;
 }
 
 void ZoTerm::SelectDevice(const char* name) {
-    CopyText(m_DeviceName, name);
-    CheckOnly(Popup(m_hWnd, DeviceMenu), static_cast<int>(DevicePosition(m_DeviceName)));
+    CopyText(Settings.m_DeviceName, name);
+    CheckOnly(Popup(m_hWnd, DeviceMenu), static_cast<int>(DevicePosition(Settings.m_DeviceName)));
 }
 
 void ZoTerm::EnableCommands(bool enable) {
     const HMENU menu = GetMenu(m_hWnd);
     for (const TopMenu popup : BusyMenus)
         EnableMenuItem(menu, popup, ByPosition(enable, MF_ENABLED, MF_GRAYED));
-    m_Busy = enable ? 0 : 1;
     for (const WORD command : ConnectedButtons)
         EnableButton(m_hToolbar, command, enable);
     EnableButton(m_hToolbar, CMD_RECEIVE_FILE, enable);
@@ -133,13 +134,16 @@ void ZoTerm::EnableCommands(bool enable) {
 }
 
 void ZoTerm::SelectMenuBaudRate(WORD command) {
-    SelectBaudRate(BaudRates[command - CMD_BAUD_2400]);
+    if (MayChangeLine())
+        SelectBaudRate(BaudRates[command - CMD_BAUD_2400]);
 }
 
 void ZoTerm::OpenMenuPort(WORD command) {
-    OpenPort(command == CMD_PORT_NONE ? 0 : command - CMD_PORT_1 + 1, m_BaudRate);
+    if (MayChangeLine())
+        OpenPort(command == CMD_PORT_NONE ? 0 : command - CMD_PORT_1 + 1, Settings.m_BaudRate);
 }
 
 void ZoTerm::SelectMenuDevice(WORD command) {
-    SelectDevice(Devices[command - CMD_DEVICE_DEFAULT].name);
+    if (MayChangeLine())
+        SelectDevice(Devices[command - CMD_DEVICE_DEFAULT].name);
 }

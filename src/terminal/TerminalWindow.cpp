@@ -4,7 +4,6 @@
 
 #include "base/Text.h"
 #include "resources/resource.h"
-#include "terminal/DispatcherRequest.h"
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
@@ -12,39 +11,31 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
-namespace {
-
-LRESULT TerminalWindowProc(ZoTerm* terminal, HWND window, UINT message, WPARAM wParam,
-                           LPARAM lParam) {
+LRESULT ZoTerm::TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
-    case WM_CREATE: return terminal->OnCreate(window);
-    case WM_DESTROY: return terminal->OnDestroy();
-    case WM_SIZE: return terminal->OnSize(wParam, lParam);
-    case WM_ACTIVATE: return terminal->OnActivate(wParam);
-    case WM_CLOSE: return terminal->OnClose();
-    case WM_DRAWITEM: return terminal->OnDrawItem(*reinterpret_cast<DRAWITEMSTRUCT*>(lParam));
-    case WM_NOTIFY: return terminal->OnNotify(reinterpret_cast<NMHDR*>(lParam));
+    case WM_CREATE: return OnCreate(window);
+    case WM_DESTROY: return OnDestroy();
+    case WM_SIZE: return OnSize(wParam, lParam);
+    case WM_ACTIVATE: return OnActivate(wParam);
+    case WM_CLOSE: return OnClose();
+    case WM_QUERYENDSESSION: return TRUE;
+    case WM_ENDSESSION: return OnEndSession(wParam);
+    case WM_DRAWITEM: return OnDrawItem(*reinterpret_cast<DRAWITEMSTRUCT*>(lParam));
+    case WM_NOTIFY: return OnNotify(reinterpret_cast<NMHDR*>(lParam));
     case WM_CTLCOLOREDIT:
     case WM_CTLCOLORSTATIC:
-        return terminal->OnControlColor(reinterpret_cast<HDC>(wParam),
-                                        reinterpret_cast<HWND>(lParam));
-    case WM_COPYDATA: return terminal->OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
-    case WM_DEVICECHANGE: return terminal->OnDeviceChange(wParam, lParam);
-    case WM_TIMER: return terminal->OnTimer(wParam);
-    case LinkMessage: return terminal->OnLinkNotice(wParam, lParam);
-    case BatchEndedMessage: return terminal->OnBatchEnded(wParam != 0, lParam != 0);
-    case WM_COMMAND: return terminal->OnCommand(LOWORD(wParam), HIWORD(wParam));
+        return OnControlColor(reinterpret_cast<HDC>(wParam), reinterpret_cast<HWND>(lParam));
+    case WM_COPYDATA: return OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
+    case WM_DEVICECHANGE: return OnDeviceChange(wParam, lParam);
+    case WM_TIMER: return OnTimer(wParam);
+    case LinkMessage: return OnLinkNotice(wParam, lParam);
+    case LookMessage: return OnLook();
+    case WM_COMMAND: return OnCommand(LOWORD(wParam), HIWORD(wParam));
     }
     return DefWindowProcA(window, message, wParam, lParam);
 }
-
-void FreeBuffer(char*& buffer) {
-    std::free(buffer);
-    buffer = nullptr;
-}
-
-} // namespace
 
 LRESULT CALLBACK TerminalClassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_CREATE) {
@@ -55,7 +46,27 @@ LRESULT CALLBACK TerminalClassProc(HWND window, UINT message, WPARAM wParam, LPA
     auto* terminal = reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(window, GWLP_USERDATA));
     if (!terminal)
         return DefWindowProcA(window, message, wParam, lParam);
-    return TerminalWindowProc(terminal, window, message, wParam, lParam);
+    return terminal->TerminalWindowProc(window, message, wParam, lParam);
+}
+
+bool ZoTerm::MakeParts() {
+    Port = CreateComPort();
+    m_PaneText = static_cast<char*>(std::calloc(PaneLimit + 1, 1));
+    return Port && m_PaneText && Batch.Allocate();
+}
+
+// A window that was destroyed has taken the link with it.
+ZoTerm::~ZoTerm() {
+    DestroyComPort(Port);
+    std::free(m_PaneText);
+    CloseLog();
+}
+
+void ZoTerm::ApplySettings() {
+    SelectDevice(Settings.m_DeviceName);
+    OpenPort(Settings.m_PortNumber, Settings.m_BaudRate);
+    BuildMacrosMenu();
+    OpenLog();
 }
 
 LRESULT ZoTerm::OnCreate(HWND window) {
@@ -73,10 +84,6 @@ LRESULT ZoTerm::OnDestroy() {
     DestroyComPort(Port);
     Port = nullptr;
     DestroyControls();
-    FreeBuffer(m_FileList);
-    FreeBuffer(m_Results);
-    FreeBuffer(m_DeviceNames);
-    FreeBuffer(m_PaneText);
     return 0;
 }
 
@@ -86,48 +93,41 @@ LRESULT ZoTerm::OnActivate(WPARAM wParam) {
     return 0;
 }
 
-// Over an open modal dialog, whose code still needs the terminal, it stays.
-LRESULT ZoTerm::OnClose() {
-    if (!IsWindowEnabled(m_hWnd)) {
-        SetForegroundWindow(GetLastActivePopup(m_hWnd));
-        return 0;
-    }
-    SendMessageA(m_Dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, m_Slot), 0);
-    return 0; // the terminal is freed: nothing of it may be touched here
-}
-
 LRESULT ZoTerm::OnCopyData(const COPYDATASTRUCT& data) {
     return StartSendList(static_cast<const char*>(data.lpData), data.lpData ? data.cbData : 0);
 }
 
+// After the watch timer the terminal may be gone.
 LRESULT ZoTerm::OnTimer(WPARAM timer) {
-    if (timer == GaugeTimerId)
-        return OnGaugeTimer();
-    if (timer == PaneTimerId)
-        FlushPaneText();
-    if (timer == MacroTimerId)
-        SendMacroLine();
+    switch (timer) {
+    case GaugeTimerId: OnGaugeTimer(); break;
+    case PaneTimerId: FlushPaneText(); break;
+    case SettleTimerId: OnSettled(); break;
+    case WatchTimerId: OnWatchTimer(); break;
+    }
     return 0;
 }
 
-LRESULT ZoTerm::OnLinkNotice(WPARAM kind, LPARAM status) {
+LRESULT ZoTerm::OnLinkNotice(WPARAM kind, LPARAM notification) {
     if (kind == NotifyText)
         ShowPortOutput();
-    if (kind == NotifyTransfer && m_ProgressDialog)
-        return SendMessageA(m_ProgressDialog, LinkMessage, kind, status);
+    if (kind == NotifyTransfer && Operation.m_ProgressDialog)
+        return SendMessageA(Operation.m_ProgressDialog, LinkMessage, kind, notification);
     if (kind == NotifyLost && Port->IsLost()) // not one that an earlier port left in the queue
         LosePort();
+    if (kind == NotifyAnswer)
+        TakeAnswers();
     return 0;
 }
 
 // A pulled adapter's driver may leave the open handle silent, so the system's own word counts, and
 // every change among the devices is a reason to ask the port.
 LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
-    if (m_PortNumber == 0)
+    if (Settings.m_PortNumber == 0)
         return TRUE;
     const auto* removed = reinterpret_cast<const DEV_BROADCAST_PORT_A*>(device);
     char name[16];
-    FormatText(name, "COM%d", static_cast<int>(m_PortNumber));
+    FormatText(name, "COM%d", static_cast<int>(Settings.m_PortNumber));
     const bool named = event == DBT_DEVICEREMOVECOMPLETE && removed &&
                        removed->dbcp_devicetype == DBT_DEVTYP_PORT &&
                        _stricmp(removed->dbcp_name, name) == 0;
@@ -136,7 +136,12 @@ LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
     return TRUE;
 }
 
-// What runs on the port ends with it.
+// What runs on the port ends with it: well, if it has come to its end just before.
 void ZoTerm::LosePort() {
-    OpenPort(0, m_BaudRate);
+    for (const bool lost : {false, true}) {
+        if (lost)
+            OpenPort(0, Settings.m_BaudRate);
+        if (Operation.m_ProgressDialog)
+            SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyTransfer, 0);
+    }
 }

@@ -1,6 +1,7 @@
 // The font and the color of the text in output pane and command box.
 
 #include "terminal/Dialogs.h"
+#include "terminal/ModalScope.h"
 #include "terminal/ZoTerm.h"
 
 #include <commdlg.h>
@@ -12,27 +13,29 @@ namespace {
 
 constexpr WORD ApplyButton = psh3; // of the system's font dialog
 
+} // namespace
+
 // Apply takes the font at once, and for good: it stays when the dialog is then cancelled.
-UINT_PTR CALLBACK FontApplyHook(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+UINT_PTR CALLBACK ZoTerm::FontApplyHook(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
     if (message != WM_COMMAND || LOWORD(wParam) != ApplyButton)
         return 0;
     ZoTerm& terminal = TerminalOfDialog(dialog);
-    SendMessageA(dialog, WM_CHOOSEFONT_GETLOGFONT, 0, reinterpret_cast<LPARAM>(&terminal.m_Font));
-    terminal.TakeTextFont(terminal.m_TextColor);
+    SendMessageA(dialog, WM_CHOOSEFONT_GETLOGFONT, 0,
+                 reinterpret_cast<LPARAM>(&terminal.Settings.m_Font));
+    terminal.TakeTextFont(terminal.Settings.m_TextColor);
     return 1;
 }
-
-} // namespace
 
 void ZoTerm::ChooseTextFont(HWND owner) {
     CHOOSEFONTA dialog = {};
     dialog.lStructSize = sizeof(dialog);
     dialog.hwndOwner = owner;
-    dialog.lpLogFont = &m_Font;
-    dialog.rgbColors = m_TextColor;
+    dialog.lpLogFont = &Settings.m_Font;
+    dialog.rgbColors = Settings.m_TextColor;
     dialog.Flags = CF_SCREENFONTS | CF_INITTOLOGFONTSTRUCT | CF_EFFECTS | CF_APPLY |
                    CF_FORCEFONTEXIST | CF_ENABLEHOOK;
     dialog.lpfnHook = &FontApplyHook;
+    const ModalScope scope(*this);
     if (ChooseFontA(&dialog))
         TakeTextFont(dialog.rgbColors);
 }
@@ -41,11 +44,11 @@ void ZoTerm::ChooseTextFont(HWND owner) {
 // font and the color that they have. The layout follows: the command box is as high as its font.
 void ZoTerm::TakeTextFont(COLORREF color) {
     const HFONT before = m_hFont;
-    const HFONT made = CreateFontIndirectA(&m_Font);
+    const HFONT made = CreateFontIndirectA(&Settings.m_Font);
     if (!made)
         return;
     m_hFont = made;
-    m_TextColor = color;
+    Settings.m_TextColor = color;
     for (const HWND control : {m_hOutput, m_hCommand})
         SendMessageA(control, WM_SETFONT, reinterpret_cast<WPARAM>(m_hFont), TRUE);
     if (before)

@@ -3,7 +3,9 @@
 // One terminal: a window, its controls and settings, and the serial link that it owns.
 // For the .cpp files of the program only; headers declare `class ZoTerm;`.
 
+#include "batch/TransferBatch.h"
 #include "link/ComPort.h"
+#include "settings/TermSettings.h"
 
 #include <windows.h>
 
@@ -17,12 +19,49 @@
 constexpr char ProductTitle[] = "Zorbel Console Terminal";
 
 constexpr char TerminalClassName[] = "cs_zoterm";
-constexpr std::uint32_t BatchBufferSize = 10000; // bytes of each file-operation buffer
-constexpr UINT LinkMessage = WM_APP;             // the link's notifications, NotifyKind in wParam
-constexpr UINT BatchEndedMessage = WM_APP + 1;   // see FinishBatch: wParam summary, lParam complete
+constexpr UINT LinkMessage = WM_APP;     // the link's notifications, NotifyKind in wParam
+constexpr UINT LookMessage = WM_APP + 1; // something waits: see LookAgain
+
+// What a terminal does. Whoever begins or changes something asks this first.
+enum class Activity {
+    Idle,
+    Converting, // the first file of a batch goes through a converter
+    Sending,
+    Receiving,
+    Booting,
+    Ending, // the operation is over, but what follows it is still to come
+};
+
+// What comes of a queued line, besides its way to the device; NewTag gives others.
+enum LineTag : std::uint32_t { LineSilent = 0, LineAloud = 1, FirstOwnTag = 16 };
+
+struct Conversion;
+
+// The running file operation, with its dialog.
+struct FileOperationState {
+    HWND m_ProgressDialog = nullptr; // none: none runs
+    HWND m_RenameDialog = nullptr;
+    Conversion* m_Conversion = nullptr; // the converter at work
+    std::uint32_t m_Transfer = 0;       // the number of the transfer that is awaited
+    std::uint32_t m_AwaitedLine = 0;    // the tag of the line whose answer is awaited
+    bool m_ClipPlays = false;
+    bool m_Begun = false;     // a first transfer has been started
+    bool m_Converted = false; // the batch is one converted file
+    bool m_WantsName = false; // the user is to be asked for the current file's name
+};
+
+// What follows an operation.
+struct AfterOperation {
+    bool summary = false;      // it is to be shown
+    bool shown = false;        // it has been opened
+    bool complete = false;     // the batch has come to the end of its list
+    bool converted = false;    // it was one converted file
+    bool consoleWaits = false; // a receive did not start; its console is to hear of its end
+};
 
 // Everything runs on the GUI thread. Window messages reach one named handler each; commands are
-// the rows of a table (Commands.cpp).
+// the rows of a table (Commands.cpp). Nothing here waits: not for the device, a worker, a converter
+// or a pause.
 class ZoTerm {
 public:
     static constexpr std::uint32_t PaneLimit = 65535; // characters the output pane holds
@@ -32,22 +71,95 @@ public:
     static constexpr std::size_t MacroRoom = 4096;    // bytes of the macros' names, or one's lines
     static constexpr std::size_t ConvertedFileRoom = 1000;
 
-    // Settings (settings/SettingsStore.cpp). Missing and unusable values are replaced by their
-    // defaults, in memory and in the registry. Failures are silent.
-    void LoadSettings();
-    void LoadCommandHistory(); // needs the command box
-    void SaveSettings();       // needs the command box
+    ~ZoTerm();
+
+    // The shell makes a terminal in these steps, with the window between the last two.
+    bool MakeParts();     // the link and the buffers; zero without memory
+    void LoadSettings();  // from m_RegKeyPath; what is missing or unusable becomes its default
+    void ApplySettings(); // device, port, macros, log
+
+    // The window's messages, for TerminalClassProc.
+    LRESULT TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+    // Starts a batch of the files of a packed list, which may have any origin. True when it runs;
+    // false, with nothing disturbed, while anything else does.
+    bool StartSendList(const char* list, std::size_t size);
+
+    // What the terminal does (Activity.cpp).
+    void SetActivity(Activity activity);
+    bool OperationRuns() const; // a converter or a file operation
+    bool TakesLists() const;    // an operation may begin
+    bool Closes() const { return m_CloseWanted; }
+    bool MayChangeLine() const { return !OperationRuns(); } // port, rate, device
+    void LookLater(); // posts a look at what waits: see LookAgain
+    bool MayOpenSummary() const { return m_ModalDepth == 0 || m_SummaryDialog; }
+    bool SummaryIsOpen() const { return m_SummaryDialog != nullptr; }
+    void EnterModal(); // ModalScope's
+    void LeaveModal();
+
+    // Command lines (CommandLines.cpp). They go to the end of the port's queue; what comes of a
+    // line depends on its tag. False when the port is closed or its queue is full.
+    bool QueueLine(const char* line, std::uint32_t tag);
+    bool QueueLines(const char* lines, std::uint32_t tag); // a packed list: all or none
+    std::uint32_t NewTag();
+
+    // Port, baud rate and device (PortMenus.cpp).
+    bool OpenPort(std::int32_t number, std::uint32_t baud); // true when COMn is open afterwards
+    bool SelectBaudRate(std::uint32_t baud);                // true when the rate was taken
+    void SelectDevice(const char* name);
+    void EnableCommands(bool enable); // false: a file operation starts; true: it has ended
+
+    void ShowPortOutput(); // moves what the link received into pane, log and counter
+    void SetStatusText(const char* text);
+    void OpenLog(); // anew: the settings may name another file
+
+    // Plans the conversion of a file whose extension is registered (settings/MusicSupport.cpp).
+    // True when it is: then `output` is a list of the file that the converter is to write,
+    // m_MusicSupportCurrentExtention is its row, and `commandLine` starts the converter; it is
+    // empty when there is none to start.
+    bool ConvertFile(const char* source, char (&output)[ConvertedFileRoom],
+                     char (&commandLine)[ConvertedFileRoom]);
+
+    TermSettings Settings;
+    TransferBatch Batch;
+    FileOperationState Operation;
+    AfterOperation After;
+    ComPort* Port = nullptr;
+
+    HWND m_hWnd = nullptr;
+    std::uint16_t m_Slot = 0;
+    HWND m_Dispatcher = nullptr;
+    char m_RegKeyPath[100] = {};
+    std::int32_t m_MusicSupportCurrentExtention = -1;
+    char ConvertedFile[ConvertedFileRoom] = {};
+    HIMAGELIST m_SummaryImages = nullptr;
+    HWND m_SummaryDialog = nullptr;
+
+private:
+    struct AwaitedLine;
+
+    // Settings (settings/SettingsStore.cpp); both need the command box.
+    void LoadCommandHistory();
+    void SaveSettings();
 
     // Window messages (TerminalWindow.cpp).
     LRESULT OnCreate(HWND window);
     LRESULT OnDestroy();
     LRESULT OnActivate(WPARAM wParam);
-    LRESULT OnClose();
     LRESULT OnCopyData(const COPYDATASTRUCT& data);
     LRESULT OnTimer(WPARAM timer);
-    LRESULT OnLinkNotice(WPARAM kind, LPARAM status);
+    LRESULT OnLinkNotice(WPARAM kind, LPARAM notification);
     LRESULT OnDeviceChange(WPARAM event, LPARAM device);
     void LosePort();
+
+    // What waits (Activity.cpp).
+    void Watch();
+    void OnWatchTimer();
+    LRESULT OnLook();
+    void LookAgain();
+    LRESULT OnClose();
+    void CloseIfDue();
+    LRESULT OnEndSession(WPARAM ends);
 
     // Commands (Commands.cpp). Answers what the window procedure answers.
     LRESULT OnCommand(WORD command, WORD notification);
@@ -70,26 +182,17 @@ public:
     void ChooseDevice(WORD command);
     void ShowSummary(WORD command);
     void ShowAbout(WORD command);
-    LRESULT OnBatchEnded(bool summary, bool complete);
-
-    // Start an operation with a list (Commands.cpp). True when it runs; false, with nothing
-    // disturbed, while another one does. The list is checked; `list` may have any origin.
-    bool StartSendList(const char* list, std::size_t size);
-    bool StartReceiveList();
     bool StartSendBatch(bool image);
     LRESULT OnDropFiles(HDROP drop);
+    void OnSettled();
 
     // File lists (FileLists.cpp). The dialogs answer whether the user chose and the choice may be
     // acted upon.
-    bool TakesLists() const; // no operation runs
-    bool ChooseSendFiles();  // into m_FileList
+    bool ChooseSendFiles(); // into the batch's list
     bool ChooseBootFile();
     bool ChooseImageFile();
     bool ChooseReceiveFile();
-    bool TakeDroppedFiles(HDROP drop); // into m_FileList
-    bool ResetBatch(); // empties the results of the last batch, with room for those of the next
-    bool TakeFileList(const char* list, std::size_t size, std::size_t room);
-    static bool GrowBuffer(char*& buffer, std::uint32_t& size, std::size_t needed);
+    bool TakeDroppedFiles(HDROP drop); // into the batch's list
 
     // Controls and layout (Controls.cpp). CreateControls answers zero when one is missing.
     bool CreateControls(HWND window);
@@ -109,29 +212,27 @@ public:
     // Status bar (StatusBar.cpp).
     bool CreateStatusBar();
     void LayOutStatusBar(int width);
-    void SetStatusText(const char* text);
     void SetStatusFill(std::uint32_t value);
     void SetStatusPort(std::int32_t number);
     LRESULT OnDrawItem(const DRAWITEMSTRUCT& item);
 
-    // Port, baud rate and device menus (PortMenus.cpp).
-    bool OpenPort(std::int32_t number, std::uint32_t baud); // true when COMn is open afterwards
-    bool SelectBaudRate(std::uint32_t baud);                // true when the rate was taken
-    void SelectDevice(const char* name);
-    void EnableCommands(bool enable); // false: a file operation starts; true: it has ended
-    void ShowConnection(bool connected);
+    void ShowConnection(bool connected); // PortMenus.cpp
 
-    // Command box (CommandBox.cpp).
+    // Command box (CommandBox.cpp) and lines (CommandLines.cpp).
+    static LRESULT CALLBACK CommandEditProc(HWND edit, UINT message, WPARAM wParam, LPARAM lParam);
     bool CreateCommandBox();
     void SubclassCommandEdit();
-    LRESULT SendTypedLine();                 // answers nonzero when the device accepted it
-    bool SendCommandAloud(const char* line); // the answer sounds, too
+    LRESULT SendTypedLine(); // nonzero when it is queued or, if its sender waits, accepted
     void RememberLine(const char* line);
+    bool LinesQueued(bool queued, std::uint32_t tag);
+    void TakeAnswers();
+    void TakeAnswer(const LineResult& result);
+    LRESULT AwaitAnswer(const char* line);
 
     // Output pane (OutputPane.cpp).
+    static LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam);
     bool CreateOutputPane();
     void SubclassOutput();
-    void ShowPortOutput(); // moves what the link received into pane, log and counter
     void QueuePaneText(const char* bytes, std::uint32_t count);
     void FlushPaneText();
     void EmptyOutputPane();
@@ -139,105 +240,42 @@ public:
     LRESULT OnGaugeTimer();
 
     // Output log (OutputLog.cpp). One that cannot be opened leaves the terminal without.
-    void OpenLog();
     void WriteLog(const char* bytes, std::uint32_t count);
     void CloseLog();
 
     // Font (TextFont.cpp).
+    static UINT_PTR CALLBACK FontApplyHook(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);
     void ChooseTextFont(HWND owner);
     void TakeTextFont(COLORREF color); // that of m_Font
 
-    // Macros (Macros.cpp). A macro's lines go out one by one, while the window lives on.
+    // Macros (Macros.cpp).
     bool ChooseMacrosFile(); // into m_MacrosFile; true when the user has chosen
     bool BuildMacrosMenu();  // anew from m_MacrosFile; false without such a file
     const char* MacroName(unsigned index) const; // null when the menu has no such item
     void RunMacro(unsigned index);
-    void QueueMacroLines(const char* lines);
-    void SendMacroLine();
-    void ForgetMacroLines();
+    void SendMacroLines(char* lines);
 
-    // Converts a file whose extension is registered (settings/MusicSupport.cpp). True when it is:
-    // then `output` is a list of the file that the converter should have written, which may be
-    // missing when it failed, and m_MusicSupportCurrentExtention is its row. Returns when the
-    // converter has ended.
-    bool ConvertFile(const char* source, char (&output)[ConvertedFileRoom]);
-
-    HWND m_hWnd;
-    HWND m_hOutput;
-    std::uint32_t m_MusicSupport = 0;
-    std::int32_t m_MusicSupportCurrentExtention = -1;
-    std::int32_t m_MusicSupportExt = 0;
-    std::int32_t m_MusicSupportCurExt = 0;
-    char** m_MusicSupportExts = nullptr;
-    char** m_MusicSupportConverters = nullptr;
-    std::uint32_t* m_MusicSupportConverterNewExts = nullptr;
-    char** m_MusicSupportNewExts = nullptr;
-    char** m_MusicSupportCommands = nullptr;
-    std::uint32_t m_Busy;
-    HWND m_hCommand;
-    std::uint32_t m_ListOn;
-    std::int32_t m_WindowX;
-    std::int32_t m_WindowY;
-    std::int32_t m_WindowWidth;
-    std::int32_t m_WindowHeight;
-    std::int32_t m_ShowCmd;
-    LOGFONTA m_Font;
-    std::uint32_t m_TextColor;
+    HWND m_hOutput = nullptr;
+    HWND m_hCommand = nullptr;
     HFONT m_hFont = nullptr;
-    WNDPROC m_OldCommandEditProc;
-    WNDPROC m_OldOutputProc;
-    char m_RegKeyPath[100];
-    char m_BootFile[MAX_PATH];
-    char m_ReceiveFile[MAX_PATH];
-    char m_ImageFile[MAX_PATH];
-    char* m_FileList = nullptr;
-    char* m_DeviceNames = nullptr;
-    std::uint32_t m_FileListSize = 0;
-    char* m_Results = nullptr;
-    char m_MacrosFile[MAX_PATH];
-    std::uint32_t m_BaudRate;
-    std::int32_t m_PortNumber;
-    const char* m_CurrentFile;
-    char* m_CurrentDeviceName;
-    char* m_CurrentResult;
-    char m_DeviceName[MAX_PATH];
-    char m_DeviceFileName[MAX_PATH];
-    HWND m_ProgressDialog = nullptr;
-    std::uint16_t m_Slot;
-    HWND m_Dispatcher = nullptr;
+    WNDPROC m_OldCommandEditProc = nullptr;
+    WNDPROC m_OldOutputProc = nullptr;
     HWND m_hToolbar = nullptr;
     HWND m_hRebar = nullptr;
     HWND m_hStatus = nullptr;
     HIMAGELIST m_ToolbarImages = nullptr;
-    std::uint32_t m_BatchBytesDone;
-    std::uint32_t m_BatchBytesTotal;
     HANDLE m_LogHandle = nullptr;
-    char m_CmdWav[MAX_PATH];
-    char m_CmdErrWav[MAX_PATH];
-    char m_CompleteWav[MAX_PATH];
-    char m_SendMid[MAX_PATH];
-    char m_LogFile[MAX_PATH];
-    std::uint32_t m_ImageBlockSize;
-    std::uint32_t m_AskBeforeSendWrongFile;
-    std::uint32_t m_DisplaySummary;
-    std::uint32_t m_ShowProgress;
-    std::uint32_t m_UseLogFile;
-    std::uint32_t m_CancelRequested;
-    std::uint32_t m_ImageMode;
-    std::uint32_t m_OutputCount;
-    HIMAGELIST m_SummaryImages = nullptr;
+    std::uint32_t m_OutputCount = 0;
     std::uint32_t m_Timer = 0;
     std::uint32_t m_TimerRestarts = 0;
-    RECT m_SummaryRect;
-    std::int32_t m_SummaryColumnWidths[6];
-    ComPort* Port = nullptr;
 
-    std::uint32_t m_ResultsSize = 0;     // bytes of m_Results and of m_DeviceNames, which grow
-    std::uint32_t m_DeviceNamesSize = 0; // with the batch's list
-    bool m_ClipPlays = false;            // in m_ProgressDialog
-    bool m_ConvertedBatch = false;       // the batch is one converted file
-    bool m_MusicCommandWaits = false;    // the device's command of the last batch is still to come
-    HWND m_SummaryDialog = nullptr;
+    Activity m_Activity = Activity::Idle;
+    int m_ModalDepth = 0;        // message loops below which functions of the terminal stand
+    bool m_CloseWanted = false;  // as soon as that can be
+    std::uint64_t m_CloseBy = 0; // GetTickCount64: an operation that runs is not waited for longer
+    bool m_Watches = false;      // the watch timer runs
+    std::uint32_t m_LastTag = 0;
+    AwaitedLine* m_AwaitedLines = nullptr;
 
     std::uint32_t m_ShownFill = 0;  // the gauge's value
     HBITMAP m_BandBitmap = nullptr; // background of the rebar's band
@@ -248,7 +286,5 @@ public:
     std::uint64_t m_PaneAppendedAt = 0; // GetTickCount64 of the last append
     bool m_PaneTimerRuns = false;
 
-    char m_MacroNames[MacroRoom] = {};     // what the items of the Macros menu stand for, a list
-    char m_MacroQueue[2 * MacroRoom] = {}; // lines of macros that are still to be sent, a list
-    char ConvertedFile[ConvertedFileRoom] = {};
+    char m_MacroNames[MacroRoom] = {}; // what the items of the Macros menu stand for, a list
 };

@@ -34,23 +34,11 @@ int Image(HWND dialog, int row) {
     return item.iImage;
 }
 
-RECT RectOf(HWND window) {
-    RECT rect = {};
-    GetWindowRect(window, &rect);
-    return rect;
-}
-
-bool IsCentered(HWND dialog) {
-    const RECT parent = RectOf(GetParent(dialog));
-    const RECT own = RectOf(dialog);
-    return own.left == (parent.left + parent.right) / 2 - (own.right - own.left) / 2 &&
-           own.top == (parent.top + parent.bottom) / 2 - (own.bottom - own.top) / 2;
-}
-
 class DialogTest : public OperationTest {
 protected:
     // Opens a modal dialog by its command and handles it.
     void Modal(WORD command, const char* title, const ModalScript::Action& action) {
+        EXPECT_TRUE(Ended());
         const ModalScript script({{title, action}});
         Command(command);
     }
@@ -60,7 +48,7 @@ protected:
 
 TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {
     StartWithDevice("2 cancel 0");
-    terminal->m_DisplaySummary = 1;
+    terminal->Settings.m_DisplaySummary = 1;
     const std::string good = File("good.txt", std::string(600, 'g'));
     const std::string failing = File("failing.txt", "f");
     RECT place = {};
@@ -99,9 +87,7 @@ TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {
         EXPECT_TRUE(EqualRect(&again, &place));
         EXPECT_EQ(SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETCOLUMNWIDTH, 1, 0), 77);
         EXPECT_EQ(SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETCOLUMNWIDTH, 0, 0), 140);
-        // The window stays while its dialog is open; a list that comes is listed here.
-        SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
-        EXPECT_TRUE(IsWindow(terminal->m_hWnd));
+        // A list that comes while its dialog is open is listed here.
         EXPECT_EQ(HandOver(Packed({"C:\\one wrong", "C:\\two wrong"})), 0);
         EXPECT_TRUE(WaitUntil([&] { return Rows(dialog) == 2; }));
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
@@ -120,12 +106,35 @@ TEST_F(DialogTest, OpenPortTakesNumbersOnly) {
         SetDlgItemInt(dialog, IDC_NAME, static_cast<UINT>(number), FALSE);
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     });
-    EXPECT_EQ(terminal->m_PortNumber, number);
+    EXPECT_EQ(terminal->Settings.m_PortNumber, number);
     Modal(CMD_PORT_OTHER, "Open Port", [&](HWND dialog) {
         SetDlgItemTextA(dialog, IDC_NAME, "4294967295");
         PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
     });
-    EXPECT_EQ(terminal->m_PortNumber, number);
+    EXPECT_EQ(terminal->Settings.m_PortNumber, number);
+}
+
+TEST_F(DialogTest, LineOfARunningBatchIsLeftAlone) {
+    StartWithDevice();
+    const std::string content(2000, 'x');
+    const DWORD baud = terminal->Settings.m_BaudRate;
+    const auto meddle = [&](HWND dialog) { // opened before the batch
+        EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
+        SetDlgItemTextA(dialog, IDC_NAME, "0"); // closes the port, or is a device's name
+        SendMessageA(dialog, WM_COMMAND, IDOK, 0);
+        EXPECT_TRUE(IsWindowVisible(dialog)) << "it did nothing";
+        for (const int command : {CMD_BAUD_2400, CMD_PORT_NONE, CMD_DEVICE_A})
+            Command(static_cast<WORD>(command));
+        EXPECT_EQ(terminal->Settings.m_BaudRate, baud);
+        EXPECT_EQ(terminal->Settings.m_PortNumber, ReadComPair().number);
+        EXPECT_STREQ(terminal->Settings.m_DeviceName, "default");
+        EXPECT_TRUE(Ended());
+        EXPECT_EQ(Stored("default\\x"), content);
+        folder.Write("device\\default\\x", "");
+        PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
+    };
+    Modal(CMD_PORT_OTHER, "Open Port", meddle);
+    Modal(CMD_DEVICE_CUSTOM, "Select Device", meddle);
 }
 
 TEST_F(DialogTest, DeviceAndAbout) {
@@ -135,7 +144,7 @@ TEST_F(DialogTest, DeviceAndAbout) {
         SetDlgItemTextA(dialog, IDC_NAME, "mp3");
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     });
-    EXPECT_EQ(std::string(terminal->m_DeviceName), "mp3");
+    EXPECT_EQ(std::string(terminal->Settings.m_DeviceName), "mp3");
     EXPECT_TRUE(ItemIsChecked(5, 5));
     Modal(CMD_ABOUT, "About Console", [](HWND dialog) {
         EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_VERSION)), "Version 1.0 build 50");
@@ -149,22 +158,22 @@ TEST_F(DialogTest, FileDialogsFillTheirLists) {
     Start();
     const std::string one = File("one file.txt", "1");
     const std::string two = File("two.txt", "2");
-    terminal->m_AskBeforeSendWrongFile = 0;
+    terminal->Settings.m_AskBeforeSendWrongFile = 0;
     Modal(CMD_SEND_FILES, "Send File(s)", Choose(one));
-    EXPECT_EQ(std::string(terminal->m_FileList, one.size() + 2), Packed({one}));
+    EXPECT_EQ(std::string(terminal->Batch.m_FileList, one.size() + 2), Packed({one}));
     // The folder stands before its files' names.
     const ModalScript::Action several = Choose("\"one file.txt\" \"two.txt\"");
     Modal(CMD_SEND_FILES, "Send File(s)", several);
     const std::string list = Packed({one, two});
-    EXPECT_EQ(std::string(terminal->m_FileList, list.size()), list);
+    EXPECT_EQ(std::string(terminal->Batch.m_FileList, list.size()), list);
     // A name that no dialog can offer does not keep it from opening.
-    terminal->TakeFileList("C:\\a?b|c\0", 10, 0);
+    terminal->Batch.TakeList("C:\\a?b|c\0", 10, 0);
     Modal(CMD_SEND_FILES, "Send File(s)", Press(IDCANCEL));
 
-    CopyText(terminal->m_ReceiveFile, two.c_str());
+    CopyText(terminal->Settings.m_ReceiveFile, two.c_str());
     Modal(CMD_RECEIVE_FILE, "Receive File", Press(IDCANCEL));
-    EXPECT_EQ(std::string(terminal->m_ReceiveFile), two);
+    EXPECT_EQ(std::string(terminal->Settings.m_ReceiveFile), two);
     Modal(CMD_SEND_IMAGE, "Image File", Choose(two));
-    EXPECT_EQ(std::string(terminal->m_ImageFile), two);
-    EXPECT_EQ(terminal->m_ImageMode, 1U);
+    EXPECT_EQ(std::string(terminal->Settings.m_ImageFile), two);
+    EXPECT_EQ(terminal->Batch.m_ImageMode, 1U);
 }

@@ -3,7 +3,8 @@
 // A terminal, the simulated device at its line's far end, and files for both.
 
 #include "base/Text.h"
-#include "fileops/Batch.h"
+#include "batch/TransferResult.h"
+#include "fileops/ReceiveFileDialog.h"
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
@@ -17,6 +18,24 @@
 #include <vector>
 
 inline constexpr DWORD LongestOperation = 30000; // ms
+
+inline const std::string Wrong = std::to_string(ResultWrongName);
+inline const std::string SendError = std::to_string(ResultSendError);
+inline const std::string ApiError = std::to_string(ResultApiError);
+inline const std::string Cancelled = std::to_string(ResultCancelled);
+
+inline RECT RectOf(HWND window) {
+    RECT rect = {};
+    GetWindowRect(window, &rect);
+    return rect;
+}
+
+inline bool IsCentered(HWND dialog) {
+    const RECT parent = RectOf(GetParent(dialog));
+    const RECT own = RectOf(dialog);
+    return own.left == (parent.left + parent.right) / 2 - (own.right - own.left) / 2 &&
+           own.top == (parent.top + parent.bottom) / 2 - (own.bottom - own.top) / 2;
+}
 
 class OperationTest : public TerminalTest {
 protected:
@@ -48,14 +67,21 @@ protected:
         return SendMessageA(terminal->m_hWnd, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data));
     }
 
+    // True when the operation, its summary and all that follows are over within `limit` ms.
     bool Ended(DWORD limit = LongestOperation) {
-        return WaitUntil([&] { return !terminal->m_ProgressDialog; }, limit);
+        return WaitUntil([&] { return terminal->TakesLists(); }, limit);
+    }
+
+    // Receives the file that the settings name. True when that runs.
+    bool Receive() {
+        OpenReceiveFileDialog(*terminal);
+        return terminal->Operation.m_ProgressDialog != nullptr;
     }
 
     // The last batch's records: "3 blocks 1 errors 1234", or the code; commas between.
     std::string Records() const {
         std::string all;
-        const char* at = terminal->m_Results;
+        const char* at = terminal->Batch.m_Results;
         TransferResult result;
         while ((at = GetResult(at, result)) != nullptr)
             all += (all.empty() ? "" : ", ") +
@@ -69,25 +95,27 @@ protected:
     // The names that the device got, commas between.
     std::string DeviceNames() const {
         std::string all;
-        for (const char* name = terminal->m_DeviceNames; *name; name = NextName(name))
+        for (const char* name = terminal->Batch.m_DeviceNames; *name; name = NextName(name))
             all += (all.empty() ? "" : ",") + std::string(name);
         return all;
     }
 
     std::string StatusText() const {
         char text[200] = {};
-        SendMessageA(terminal->m_hStatus, SB_GETTEXTA, 0, reinterpret_cast<LPARAM>(text));
+        SendMessageA(StatusBarOf(*terminal), SB_GETTEXTA, 0, reinterpret_cast<LPARAM>(text));
         return text;
     }
 
-    std::string Item(int id) const { return TextOf(GetDlgItem(terminal->m_ProgressDialog, id)); }
+    std::string Item(int id) const {
+        return TextOf(GetDlgItem(terminal->Operation.m_ProgressDialog, id));
+    }
 
     LRESULT Bar(int id) const {
-        return SendDlgItemMessageA(terminal->m_ProgressDialog, id, PBM_GETPOS, 0, 0);
+        return SendDlgItemMessageA(terminal->Operation.m_ProgressDialog, id, PBM_GETPOS, 0, 0);
     }
 
     void PressButton(int id) {
-        SendMessageA(terminal->m_ProgressDialog, WM_COMMAND, static_cast<WPARAM>(id), 0);
+        SendMessageA(terminal->Operation.m_ProgressDialog, WM_COMMAND, static_cast<WPARAM>(id), 0);
     }
 
     std::string Stored(const std::string& path) const { return folder.Read("device\\" + path); }

@@ -1,92 +1,14 @@
 // Files over a real COM pair, with the simulated device at the other end: every fault once, every
 // size that matters, every moment to cancel.
 
-#include "link/ComPort.h"
-#include "rig/ComPeer.h"
-#include "rig/Files.h"
-#include "rig/NoticeWindow.h"
-#include "rig/Rig.h"
-#include "rig/SimDevice.h"
+#include "rig/DeviceLine.h"
 #include "rig/Vectors.h"
-#include "rig/Wait.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace {
 
-constexpr DWORD LongestTransfer = 60000; // ms
 const std::string CancelLine = OnTheWire("c\n");
-
-struct PortCloser {
-    void operator()(ComPort* port) const { DestroyComPort(port); }
-};
-
-// One port with its device and its files.
-class Line {
-public:
-    explicit Line(const ComPair& pair, const std::string& script = {},
-                  const sim::DeviceSetup& setup = {})
-        : device(std::make_unique<SimDevice>(pair.device, folder.Path("device"), script, setup)),
-          port(CreateComPort()) {
-        EXPECT_TRUE(port->Open(pair.ProgramPath().c_str(), 115200, 4096)) << port->LastError();
-        port->SetNotify(window.Handle(), NoticeWindow::Message, NotifyText | NotifyTransfer);
-    }
-
-    bool StartSend(const std::string& content, std::uint32_t mode = SendModeFile,
-                   std::uint32_t imageBlockSize = 0) {
-        folder.Write("x.bin", content);
-        return port->StartSend(mode == SendModeFile ? "a" : nullptr, folder.Path("x.bin").c_str(),
-                               nullptr, mode, imageBlockSize);
-    }
-
-    bool StartReceive(const std::string& content) {
-        folder.Write("device\\a\\x.bin", content);
-        return port->StartReceive(LocalPath().c_str(), "/a/x.bin");
-    }
-
-    TransferInfo Info() {
-        TransferInfo info = {};
-        EXPECT_TRUE(port->GetTransferInfo(&info));
-        return info;
-    }
-
-    TransferInfo End(DWORD limit = LongestTransfer) {
-        EXPECT_TRUE(WaitUntil([&] { return Info().Status != ERROR_IO_PENDING; }, limit));
-        return Info();
-    }
-
-    // The device's console takes commands again.
-    void ExpectUsable() {
-        EXPECT_TRUE(WaitUntil([&] { return port->SendCommand("ver"); })) << "the line is stuck";
-    }
-
-    // What went to the device, in all.
-    const std::string& ToDevice() {
-        device->Stop();
-        return device->Tap().received;
-    }
-
-    std::string Stored() { return folder.Read("device\\a\\x.bin"); }
-    std::string LocalPath() { return folder.Path("local.bin"); }
-    std::string Received() { return folder.Read("local.bin"); }
-
-    TestFolder folder;
-    NoticeWindow window;
-    std::unique_ptr<SimDevice> device;
-    std::unique_ptr<ComPort, PortCloser> port;
-};
-
-int Count(const std::string& text, const std::string& part) {
-    int count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
-}
 
 struct SendFault {
     const char* script;
@@ -107,50 +29,19 @@ struct ReceiveFault {
     long long kept; // bytes of the local file; -1: deleted
 };
 
-// Runs one transfer for each case, as many at a time as there are lines: none may disturb another.
-template <typename Case, std::size_t Count, typename Start, typename Check>
-void OnEveryLine(const Case (&cases)[Count], Start start, Check check) {
-    const std::vector<ComPair> pairs = AllComPairs();
-    for (std::size_t first = 0; first < Count; first += pairs.size()) {
-        std::vector<std::unique_ptr<Line>> lines;
-        const std::size_t batch = std::min(pairs.size(), Count - first);
-        for (std::size_t i = 0; i < batch; ++i) {
-            lines.push_back(std::make_unique<Line>(pairs[i], cases[first + i].script));
-            ASSERT_TRUE(start(*lines[i]));
-        }
-        for (std::size_t i = 0; i < batch; ++i) {
-            SCOPED_TRACE(cases[first + i].script);
-            check(*lines[i], cases[first + i]);
-        }
-    }
-}
-
 constexpr std::size_t FaultSize = 4 * 512 + 52; // five blocks
 
 } // namespace
 
 TEST(Transfer, EverySizeGoesBothWays) {
-    const ComPair pair = ReadComPair();
-    sim::DeviceSetup quick;
-    quick.replyDelay = 15;
-    Line line(pair, {}, quick);
-    for (const std::size_t size : {0U, 1U, 511U, 512U, 513U, 5000U}) {
+    DeviceLine line(ReadComPair());
+    for (const DWORD size : {0U, 1U, 511U, 512U, 513U, 5000U}) {
         const std::string content = RandomBytes(size, size);
         ASSERT_TRUE(line.StartSend(content));
-        const TransferInfo sent = line.End();
-        EXPECT_EQ(sent.Status, 0U) << size;
-        EXPECT_EQ(sent.Size, size);
-        EXPECT_EQ(sent.Done, size);
-        EXPECT_EQ(sent.Errors, 0U);
+        EXPECT_EQ(Told(line.End()), Told({0, size, 0, size, 0}));
         EXPECT_TRUE(line.Stored() == content) << size;
-
         ASSERT_TRUE(line.StartReceive(content));
-        const TransferInfo received = line.End();
-        EXPECT_EQ(received.Status, 0U) << size;
-        EXPECT_EQ(received.Size, 0U);
-        EXPECT_EQ(received.Done, size);
-        EXPECT_EQ(received.Block, (size + 511) / 512);
-        EXPECT_EQ(received.Errors, 0U);
+        EXPECT_EQ(Told(line.End()), Told({0, 0, (size + 511) / 512, size, 0}));
         EXPECT_TRUE(line.Received() == content) << size;
     }
     EXPECT_GE(line.window.Take(NotifyTransfer), 12);
@@ -158,27 +49,23 @@ TEST(Transfer, EverySizeGoesBothWays) {
 }
 
 TEST(Transfer, MoreThan256BlocksGoBothWays) {
-    const std::string content = RandomBytes(258 * 512 + 1, 7);
+    const DWORD size = 258 * 512 + 1;
+    const std::string content = RandomBytes(size, 7);
     const std::vector<ComPair> pairs = AllComPairs();
-    Line receiver(pairs.back());
+    DeviceLine receiver(pairs.back());
     ASSERT_TRUE(receiver.StartReceive(content));
-    std::unique_ptr<Line> other;
-    if (pairs.size() > 1) // both at once
-        other = std::make_unique<Line>(pairs.front());
-    Line& sender = other ? *other : receiver;
     const auto checkReceived = [&] {
-        const TransferInfo received = receiver.End(120000);
-        EXPECT_EQ(received.Status, 0U);
-        EXPECT_EQ(received.Block, 259U);
-        EXPECT_EQ(received.Errors, 0U);
+        EXPECT_EQ(Told(receiver.End(120000)), Told({0, 0, 259, size, 0}));
         EXPECT_TRUE(receiver.Received() == content);
     };
-    if (!other)
+    std::unique_ptr<DeviceLine> other;
+    if (pairs.size() > 1) // both at once
+        other = std::make_unique<DeviceLine>(pairs.front());
+    else
         checkReceived();
+    DeviceLine& sender = other ? *other : receiver;
     ASSERT_TRUE(sender.StartSend(content));
-    const TransferInfo sent = sender.End();
-    EXPECT_EQ(sent.Status, 0U);
-    EXPECT_EQ(sent.Errors, 0U);
+    EXPECT_EQ(Told(sender.End()), Told({0, size, 0, size, 0}));
     EXPECT_TRUE(sender.Stored() == content);
     if (other)
         checkReceived();
@@ -187,20 +74,17 @@ TEST(Transfer, MoreThan256BlocksGoBothWays) {
 TEST(Transfer, ScreenImageAndBootImage) {
     sim::DeviceSetup quick;
     quick.restartPause = 100;
-    Line line(ReadComPair(), {}, quick);
+    DeviceLine line(ReadComPair(), {}, quick);
     const std::string image = RandomBytes(2640, 1);
     ASSERT_TRUE(line.StartSend(image, SendModeImage, 264));
     EXPECT_EQ(line.End().Status, 0U);
     EXPECT_TRUE(line.folder.Read("device\\default\\screen.img") == image);
-
     const std::string boot = RandomBytes(1500, 2);
     ASSERT_TRUE(line.StartSend(boot, SendModeBoot));
     EXPECT_FALSE(line.port->StartSend(nullptr, "other", nullptr, SendModeFile, 0));
     EXPECT_EQ(line.port->LastError(), DWORD{ERROR_BUSY});
     EXPECT_TRUE(line.port->SendCommand("reboot"));
-    const TransferInfo info = line.End();
-    EXPECT_EQ(info.Status, 0U);
-    EXPECT_EQ(info.Done, 1500U);
+    EXPECT_EQ(Told(line.End()), Told({0, 1500, 0, 1500, 0}));
     EXPECT_TRUE(line.folder.Read("device\\default\\x.bin") == boot);
     const std::string& wire = line.ToDevice();
     EXPECT_NE(wire.find(OnTheWire("imgrcv 264 10\r\n")), std::string::npos);
@@ -224,8 +108,8 @@ TEST(Transfer, EachFaultOfASendEndsAsItMust) {
         {"1 noise-before 200 5\n1 noise-after 200 6", 0, 0, FaultSize, 5, false, true},
     };
     const std::string content(FaultSize, 'd'); // no byte looks like a frame's marker
-    const auto start = [&](Line& line) { return line.StartSend(content); };
-    OnEveryLine(faults, start, [&](Line& line, const SendFault& fault) {
+    const auto start = [&](DeviceLine& line) { return line.StartSend(content); };
+    OnEveryLine(faults, start, [&](DeviceLine& line, const SendFault& fault) {
         const TransferInfo info = line.End();
         EXPECT_EQ(info.Status, fault.status);
         EXPECT_EQ(info.Errors, fault.errors);
@@ -256,11 +140,11 @@ TEST(Transfer, EachFaultOfAReceiveEndsAsItMust) {
     };
     const std::string content(FaultSize, 'd');
     const std::string control = FromHex("02000004");
-    const auto start = [&](Line& line) {
+    const auto start = [&](DeviceLine& line) {
         line.folder.Write("local.bin", "what was there before");
         return line.StartReceive(content);
     };
-    OnEveryLine(faults, start, [&](Line& line, const ReceiveFault& fault) {
+    OnEveryLine(faults, start, [&](DeviceLine& line, const ReceiveFault& fault) {
         const TransferInfo info = line.End();
         EXPECT_EQ(info.Status, fault.status);
         EXPECT_EQ(info.Errors, fault.errors);
@@ -286,11 +170,11 @@ TEST(Transfer, NoiseNeverMakesAWrongFileThatIsCalledGood) {
     const std::string content = RandomBytes(3000, 11);
     int good = 0;
     std::size_t next = 0;
-    const auto start = [&](Line& line) {
+    const auto start = [&](DeviceLine& line) {
         const bool sends = cases[next++].sends;
         return sends ? line.StartSend(content) : line.StartReceive(content);
     };
-    OnEveryLine(cases, start, [&](Line& line, const auto& noise) {
+    OnEveryLine(cases, start, [&](DeviceLine& line, const auto& noise) {
         const DWORD status = line.End(120000).Status;
         EXPECT_TRUE(status == 0 || status == ERROR_CANCELLED) << status;
         const std::string file = noise.sends ? line.Stored() : line.Received();
@@ -304,7 +188,7 @@ TEST(Transfer, NoiseNeverMakesAWrongFileThatIsCalledGood) {
 }
 
 TEST(Transfer, LocalFilesThatFailAreTold) {
-    Line line(ReadComPair());
+    DeviceLine line(ReadComPair());
     const std::string missing = line.folder.Path("none\\x.bin");
     EXPECT_FALSE(line.port->StartSend("a", missing.c_str(), nullptr, SendModeFile, 0));
     EXPECT_EQ(line.Info().Status, DWORD{ERROR_PATH_NOT_FOUND});
@@ -337,14 +221,14 @@ TEST(Transfer, LocalFilesThatFailAreTold) {
 }
 
 TEST(Transfer, LocalWriteThatFailsEndsAReceive) {
-    Line line(ReadComPair(), "1 pause 0 300");
+    DeviceLine line(ReadComPair(), "1 pause 0 300");
     line.folder.Write("device\\a\\x.bin", "data");
     // A pipe whose reader leaves takes no bytes.
     const char* const path = "\\\\.\\pipe\\zoconsole_full";
     OwnedHandle reader(
         CreateNamedPipeA(path, PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE, 1, 64, 64, 0, nullptr));
     ASSERT_TRUE(line.port->StartReceive(path, "/a/x.bin"));
-    ASSERT_TRUE(WaitUntil([&] { return line.port->m_RawMode != 0; }));
+    EXPECT_TRUE(ConnectNamedPipe(reader.get(), nullptr) || GetLastError() == ERROR_PIPE_CONNECTED);
     reader.reset();
     const DWORD status = line.End().Status;
     EXPECT_TRUE(status == ERROR_NO_DATA || status == ERROR_BROKEN_PIPE) << status;
@@ -352,21 +236,14 @@ TEST(Transfer, LocalWriteThatFailsEndsAReceive) {
     EXPECT_NE(line.ToDevice().find(FromHex("0200000400020000D103AABA")), std::string::npos);
 }
 
-namespace {
-
-enum class Way { Send, Boot, Receive };
-
-struct Moment {
-    Way way;
-    const char* script;
-    DWORD reached; // the transfer is there when this many bytes are done
-    const char* name;
-};
-
-} // namespace
-
 TEST(Transfer, CancelAndCloseWorkAtEveryMoment) {
-    const Moment moments[] = {
+    enum class Way { Send, Boot, Receive };
+    const struct {
+        Way way;
+        const char* script;
+        DWORD reached; // the transfer is there when this many bytes are done
+        std::string name;
+    } moments[] = {
         {Way::Boot, "", 0, "waiting for the boot banner"},
         {Way::Send, "1 silent", 0, "waiting for the answer"},
         {Way::Send, "1 mute 0 99", 0, "waiting for the first reply"},
@@ -377,32 +254,30 @@ TEST(Transfer, CancelAndCloseWorkAtEveryMoment) {
         {Way::Receive, "", 1024, "between packets"},
     };
     const std::string content(20000, 'd');
-    for (const Moment& moment : moments) {
-        for (const bool close : {false, true}) {
-            SCOPED_TRACE(std::string(moment.name) + (close ? ", close" : ", cancel"));
-            Line line(ReadComPair(), moment.script);
+    for (const auto& moment : moments) {
+        for (const std::string how : {"cancel", "close", "finish"}) {
+            SCOPED_TRACE(moment.name + ", " + how);
+            DeviceLine line(ReadComPair(), moment.script);
             const bool receives = moment.way == Way::Receive;
-            const bool started =
-                receives ? line.StartReceive(content)
-                         : line.StartSend(content,
-                                          moment.way == Way::Boot ? SendModeBoot : SendModeFile);
-            ASSERT_TRUE(started);
+            const auto mode = moment.way == Way::Boot ? SendModeBoot : SendModeFile;
+            ASSERT_TRUE(receives ? line.StartReceive(content) : line.StartSend(content, mode));
             EXPECT_TRUE(WaitUntil([&] { return line.Info().Done >= moment.reached; }, 20000));
-            if (moment.reached == 0)
-                Sleep(400);
+            Sleep(moment.reached ? 0 : 400);
             const ULONGLONG start = GetTickCount64();
-            if (close)
+            if (how == "close")
                 line.port->Close();
+            else if (how == "finish")
+                line.port->FinishTransfer();
             else if (receives)
                 line.port->StopReceive();
             else
                 line.port->StopSend();
-            EXPECT_LT(GetTickCount64() - start, 3000U);
-            EXPECT_FALSE(line.folder.Exists("local.bin") && !line.Received().empty());
-            if (close)
+            EXPECT_LT(GetTickCount64() - start, how == "cancel" ? 1000U : 3000U);
+            EXPECT_TRUE(how != "finish" || line.Info().Status != ERROR_IO_PENDING);
+            EXPECT_TRUE(how == "close" || line.End().Status != 0);
+            EXPECT_EQ(line.Received(), "");
+            if (how == "close")
                 continue;
-            EXPECT_NE(line.Info().Status, DWORD{ERROR_IO_PENDING});
-            EXPECT_NE(line.Info().Status, 0U);
             if (std::string(moment.script).find("2 silent") != std::string::npos)
                 line.port->SendCommand("c"); // the first one was lost
             line.ExpectUsable();
@@ -410,4 +285,31 @@ TEST(Transfer, CancelAndCloseWorkAtEveryMoment) {
             EXPECT_TRUE(moment.way != Way::Boot || line.ToDevice() == OnTheWire("ver"));
         }
     }
+}
+
+TEST(Transfer, CanceledReceiveDoesNotCostTheNextOneItsFirstPackets) {
+    const std::string start = FromHex("0200000400050000D44CBC3F");
+    const std::string upload = OnTheWire("upl /a/x.bin");
+    const std::string content = RandomBytes(600, 3);
+    std::mt19937 random(5);
+    DeviceLine line(ReadComPair());
+    for (int round = 0; round < 12; ++round) {
+        ASSERT_TRUE(line.StartReceive(RandomBytes(20000, 4)));
+        Sleep(random() % 900);
+        line.port->StopReceive();
+        EXPECT_EQ(line.End().Status, DWORD{ERROR_CANCELLED});
+        line.ExpectUsable();
+        ASSERT_TRUE(line.StartReceive(content));
+        EXPECT_EQ(line.End().Status, 0U);
+        EXPECT_TRUE(line.Received() == content);
+    }
+    const std::string& wire = line.ToDevice();
+    int uploads = 0;
+    for (std::size_t at = wire.find(upload); at != std::string::npos; ++uploads) {
+        const std::size_t next = wire.find(upload, at + 1);
+        const int starts = Count(wire.substr(at, next - at), start);
+        EXPECT_TRUE(uploads % 2 ? starts == 1 : starts <= 1) << uploads;
+        at = next;
+    }
+    EXPECT_EQ(uploads, 24);
 }

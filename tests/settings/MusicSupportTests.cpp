@@ -3,14 +3,11 @@
 #include "settings/MusicSupport.h"
 
 #include "base/Text.h"
+#include "fileops/Converter.h"
 #include "rig/Files.h"
-#include "rig/Registry.h"
-#include "terminal/ZoTerm.h"
-
-#include <gtest/gtest.h>
+#include "rig/Terminal.h"
 
 #include <memory>
-#include <vector>
 
 namespace {
 
@@ -23,30 +20,27 @@ protected:
         GetCurrentDirectoryA(MAX_PATH, m_Before);
         SetCurrentDirectoryA(folder.Path("").c_str());
         CopyText(terminal->m_RegKeyPath, Key);
-        terminal->m_FileList = m_List.data();
-        terminal->m_FileListSize = static_cast<std::uint32_t>(m_List.size());
-        RemoveKey(Key);
+        EXPECT_TRUE(terminal->Batch.Allocate());
+        RemoveKey(SettingsRoot);
     }
     ~MusicTest() override {
         SetCurrentDirectoryA(m_Before);
-        ResizeMusicSupport(*terminal, 0);
-        RemoveKey(Key);
+        RemoveKey(SettingsRoot);
     }
 
     void Merge(const std::string& section) {
         folder.Write("merged.ini", "[Music Support]\n" + section);
-        MergeMusicSupportIni(*terminal, folder.Path("merged.ini").c_str());
+        MergeMusicSupportIni(terminal->Settings, folder.Path("merged.ini").c_str());
     }
 
     // A row: "ext>new by converter, command, flag".
     std::string Row(std::int32_t row) const {
-        if (row >= terminal->m_MusicSupportExt)
+        if (row >= terminal->Settings.m_MusicSupportExt)
             return "none";
-        return std::string(MusicText(terminal->m_MusicSupportExts[row])) + ">" +
-               MusicText(terminal->m_MusicSupportNewExts[row]) + " by " +
-               MusicText(terminal->m_MusicSupportConverters[row]) + ", " +
-               MusicText(terminal->m_MusicSupportCommands[row]) + ", " +
-               std::to_string(terminal->m_MusicSupportConverterNewExts[row]);
+        const MusicRow& music = terminal->Settings.m_MusicRows[row];
+        return std::string(MusicText(music.ext)) + ">" + MusicText(music.newExt) + " by " +
+               MusicText(music.converter) + ", " + MusicText(music.command) + ", " +
+               std::to_string(music.converterNewExt);
     }
 
     // One row more, with music support on.
@@ -57,8 +51,17 @@ protected:
               "\nMusicSupportConverterNewExt0=" + std::to_string(flag) + "\n");
     }
 
+    // Plans a conversion and carries it out.
     bool Convert(const std::string& source) {
-        return terminal->ConvertFile(source.c_str(), terminal->ConvertedFile);
+        char commandLine[ZoTerm::ConvertedFileRoom] = {};
+        const bool planned =
+            terminal->ConvertFile(source.c_str(), terminal->ConvertedFile, commandLine);
+        if (planned && commandLine[0]) {
+            Conversion* const conversion = StartConversion(commandLine, nullptr, WM_NULL);
+            EXPECT_TRUE(WaitUntil([&] { return ConversionEnded(conversion); }, 20000));
+            LeaveConversion(conversion);
+        }
+        return planned;
     }
 
     // The converted list's only entry.
@@ -79,7 +82,6 @@ protected:
     std::unique_ptr<ZoTerm> terminal = std::make_unique<ZoTerm>();
 
 private:
-    std::vector<char> m_List = std::vector<char>(BatchBufferSize);
     char m_Before[MAX_PATH];
 };
 
@@ -96,20 +98,20 @@ TEST_F(MusicTest, IniRowsJoinTheRowsOfTheRegistry) {
                                   "MusicSupportExt4=MID\nMusicSupportNewExt4=mel\n"
                                   "MusicSupportExt5=beyond\n");
     terminal->LoadSettings();
-    EXPECT_EQ(terminal->m_MusicSupport, 1U);
+    EXPECT_EQ(terminal->Settings.m_MusicSupport, 1U);
     EXPECT_EQ(Row(0), "mid> by conv.exe -q, play it, 0");
     EXPECT_EQ(Row(1), "MID>mel by , , 1") << "letter case tells extensions apart here";
     EXPECT_EQ(Row(2), "none");
 
     Merge("MusicSupport=0\nMusicSupportExt=1\nMusicSupportExt0=xm\n");
-    EXPECT_EQ(terminal->m_MusicSupport, 0U) << "switched off, and the row is merged";
+    EXPECT_EQ(terminal->Settings.m_MusicSupport, 0U) << "switched off, and the row is merged";
     EXPECT_EQ(Row(2), "xm> by , , 1");
     for (const char* ignored : {"", "MusicSupport=2\n"}) {
         Merge(ignored + std::string("MusicSupportExt=1\nMusicSupportExt0=s3m\n"));
-        EXPECT_EQ(terminal->m_MusicSupportExt, 3);
+        EXPECT_EQ(terminal->Settings.m_MusicSupportExt, 3);
     }
     Merge("MusicSupport=-1\nMusicSupportExt=-1\nMusicSupportExt0=s3m\n");
-    EXPECT_EQ(terminal->m_MusicSupportExt, 3);
+    EXPECT_EQ(terminal->Settings.m_MusicSupportExt, 3);
     Merge("MusicSupport=1\nMusicSupportExt=2147483647\nMusicSupportExt999=" +
           std::string(2000, 'e') + "\n");
     EXPECT_EQ(Row(3), std::string(999, 'e') + "> by , , 1");
@@ -125,7 +127,7 @@ TEST_F(MusicTest, IniIsNotMergedWithoutTheKey) {
     folder.Write("ZoConsole.ini",
                  "[Music Support]\nMusicSupport=1\nMusicSupportExt=1\nMusicSupportExt0=a\n");
     terminal->LoadSettings();
-    EXPECT_EQ(terminal->m_MusicSupport, 0U);
+    EXPECT_EQ(terminal->Settings.m_MusicSupport, 0U);
     EXPECT_EQ(Row(0), "none");
 }
 
@@ -160,7 +162,7 @@ TEST_F(MusicTest, ConverterGetsWholePathsAndNothingElse) {
     EXPECT_FALSE(Convert("od"));
     EXPECT_TRUE(Convert(".mod"));
     EXPECT_EQ(terminal->m_MusicSupportCurrentExtention, 0);
-    terminal->m_MusicSupport = 0;
+    terminal->Settings.m_MusicSupport = 0;
     EXPECT_FALSE(Convert(source));
     EXPECT_EQ(terminal->m_MusicSupportCurrentExtention, 0) << "nothing was looked at";
 }

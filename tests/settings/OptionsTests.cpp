@@ -106,21 +106,21 @@ TEST_F(OptionsTest, OkTakesWhatTheRowsAndControlsHold) {
     EXPECT_EQ(Enabled(dialog), "1111");
     Type(dialog, IDC_LOG_FILE, folder.Path("out.log"));
     Type(dialog, IDC_IMAGE_BLOCK_SIZE, "512");
-    EXPECT_STREQ(terminal->m_CmdErrWav, "b.wav") << "nothing counts before OK";
+    EXPECT_STREQ(terminal->Settings.m_CmdErrWav, "b.wav") << "nothing counts before OK";
     Click(dialog, IDOK);
 
     EXPECT_FALSE(IsWindow(dialog));
-    EXPECT_EQ(terminal->m_CmdWav, path);
-    EXPECT_STREQ(terminal->m_CmdErrWav, "x.wav");
-    EXPECT_STREQ(terminal->m_CompleteWav, "c.wav");
-    EXPECT_STREQ(terminal->m_SendMid, "");
-    EXPECT_EQ(terminal->m_ImageBlockSize, 512U);
-    EXPECT_EQ(terminal->m_DisplaySummary, 1U);
-    EXPECT_EQ(terminal->m_AskBeforeSendWrongFile, 1U);
-    EXPECT_EQ(terminal->m_UseLogFile, 1U);
-    EXPECT_EQ(terminal->m_ShowProgress, 0U);
+    EXPECT_EQ(terminal->Settings.m_CmdWav, path);
+    EXPECT_STREQ(terminal->Settings.m_CmdErrWav, "x.wav");
+    EXPECT_STREQ(terminal->Settings.m_CompleteWav, "c.wav");
+    EXPECT_STREQ(terminal->Settings.m_SendMid, "");
+    EXPECT_EQ(terminal->Settings.m_ImageBlockSize, 512U);
+    EXPECT_EQ(terminal->Settings.m_DisplaySummary, 1U);
+    EXPECT_EQ(terminal->Settings.m_AskBeforeSendWrongFile, 1U);
+    EXPECT_EQ(terminal->Settings.m_UseLogFile, 1U);
+    EXPECT_EQ(terminal->Settings.m_ShowProgress, 0U);
     EXPECT_TRUE(folder.Exists("out.log"));
-    EXPECT_NE(terminal->m_LogHandle, nullptr);
+    EXPECT_FALSE(DeleteFileA(folder.Path("out.log").c_str())) << "the terminal has it open";
 }
 
 TEST_F(OptionsTest, UnusableBlockSizesKeepTheOldOne) {
@@ -129,7 +129,8 @@ TEST_F(OptionsTest, UnusableBlockSizesKeepTheOldOne) {
         const HWND dialog = Open();
         Type(dialog, IDC_IMAGE_BLOCK_SIZE, size);
         Click(dialog, IDOK);
-        EXPECT_EQ(terminal->m_ImageBlockSize, std::string(size) == "65535" ? 65535U : 264U) << size;
+        EXPECT_EQ(terminal->Settings.m_ImageBlockSize, std::string(size) == "65535" ? 65535U : 264U)
+            << size;
     }
 }
 
@@ -145,20 +146,21 @@ TEST_F(OptionsTest, DialogsOfATerminalHoldTheirOwnEdits) {
     }
     Type(first, IDC_LOG_FILE, folder.Path("first.log"));
     Click(second, IDOK);
-    EXPECT_STREQ(terminal->m_SendMid, "second.wav");
-    EXPECT_NE(terminal->m_LogHandle, nullptr) << "opened again although it is not written";
+    EXPECT_STREQ(terminal->Settings.m_SendMid, "second.wav");
+    EXPECT_FALSE(DeleteFileA(folder.Path("old.log").c_str()))
+        << "opened again although it is not written";
     Click(first, IDOK);
-    EXPECT_STREQ(terminal->m_SendMid, "first.wav");
+    EXPECT_STREQ(terminal->Settings.m_SendMid, "first.wav");
     EXPECT_TRUE(folder.Exists("first.log"));
     EXPECT_TRUE(DeleteFileA(folder.Path("old.log").c_str())) << "it is closed";
     Select(third, 0);
     Click(third, IDCANCEL);
     EXPECT_FALSE(IsWindow(third));
-    EXPECT_STREQ(terminal->m_SendMid, "first.wav");
+    EXPECT_STREQ(terminal->Settings.m_SendMid, "first.wav");
 
     const HWND left = Open();
     Type(left, IDC_IMAGE_BLOCK_SIZE, "77");
-    SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(Close());
     EXPECT_FALSE(IsWindow(left)) << "it goes with its terminal";
     EXPECT_EQ(FindValue(Key, "ImageBlockSize"), "dword:264");
     EXPECT_EQ(FindValue(Key, "SendMid"), "text:first.wav");

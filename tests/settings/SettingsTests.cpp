@@ -1,13 +1,9 @@
 // A terminal's settings against the real registry of the test's own key.
 
-#include "rig/Registry.h"
+#include "base/Text.h"
+#include "rig/Terminal.h"
 #include "settings/MusicSupport.h"
 #include "settings/SettingsTable.h"
-#include "terminal/ZoTerm.h"
-
-#include "base/Text.h"
-
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <vector>
@@ -16,48 +12,46 @@ namespace {
 
 constexpr char Key[] = "Software\\Zorbel\\ZoConsole\\SettingsTest";
 
-// A terminal of which only settings and command box exist.
+// A terminal without a window.
 class Settings {
 public:
     explicit Settings(const char* key = Key) {
         CopyText(terminal->m_RegKeyPath, key);
-        terminal->m_FileList = list.data();
-        terminal->m_FileListSize = static_cast<std::uint32_t>(list.size());
-        terminal->m_hCommand = CreateWindowExA(0, "COMBOBOX", "", CBS_DROPDOWN, 0, 0, 100, 200,
-                                               HWND_MESSAGE, nullptr, nullptr, nullptr);
+        EXPECT_TRUE(terminal->MakeParts());
     }
-    ~Settings() {
-        DestroyWindow(terminal->m_hCommand);
-        ResizeMusicSupport(*terminal, 0);
-    }
-    Settings(const Settings&) = delete;
-    Settings& operator=(const Settings&) = delete;
 
     ZoTerm* operator->() { return terminal.get(); }
 
-    std::vector<std::string> History() {
-        std::vector<std::string> lines;
-        const LRESULT count = SendMessageA(terminal->m_hCommand, CB_GETCOUNT, 0, 0);
-        for (LRESULT i = 0; i < count; ++i) {
-            char line[ZoTerm::LineRoom];
-            SendMessageA(terminal->m_hCommand, CB_GETLBTEXT, static_cast<WPARAM>(i),
-                         reinterpret_cast<LPARAM>(line));
-            lines.emplace_back(line);
-        }
-        return lines;
-    }
+    // As when the session ends.
+    void Save() { terminal->TerminalWindowProc(nullptr, WM_ENDSESSION, TRUE, 0); }
 
 private:
-    std::vector<char> list = std::vector<char>(BatchBufferSize);
     std::unique_ptr<ZoTerm> terminal = std::make_unique<ZoTerm>();
 };
 
 class SettingsTest : public testing::Test {
 protected:
-    SettingsTest() { RemoveKey(Key); }
-    ~SettingsTest() override { RemoveKey(Key); }
+    SettingsTest() { RemoveKey(SettingsRoot); } // which a volatile key may have made volatile, too
+    ~SettingsTest() override { RemoveKey(SettingsRoot); }
 
     std::string Stored(const std::string& name) { return FindValue(Key, name); }
+};
+
+class HistoryTest : public TerminalTest {
+protected:
+    // The lines of the command box of a terminal that starts.
+    std::vector<std::string> History() {
+        const HWND box = CommandBoxOf(Start());
+        std::vector<std::string> lines;
+        for (LRESULT i = 0; i < SendMessageA(box, CB_GETCOUNT, 0, 0); ++i) {
+            char line[ZoTerm::LineRoom];
+            SendMessageA(box, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(line));
+            lines.emplace_back(line);
+        }
+        return lines;
+    }
+
+    const std::string Instance = std::string(SettingsRoot) + "\\Instance0";
 };
 
 } // namespace
@@ -65,7 +59,6 @@ protected:
 TEST_F(SettingsTest, FreshKeyHoldsEveryDefault) {
     Settings settings;
     settings->LoadSettings();
-    settings->LoadCommandHistory();
 
     const HDC screen = GetDC(nullptr);
     const int height = -(10 * GetDeviceCaps(screen, LOGPIXELSY)) / 72;
@@ -90,8 +83,6 @@ TEST_F(SettingsTest, FreshKeyHoldsEveryDefault) {
         {"SummaryWindowWidth", number(500)},
         {"SummaryWindowHeight", number(350)},
         {"ShowProgress", number(1)},
-        {"Command0", "text:"},
-        {"Command1", "none"},
         {"MusicSupportExt0", "none"},
     };
     for (const auto& [name, value] : expected)
@@ -104,8 +95,8 @@ TEST_F(SettingsTest, FreshKeyHoldsEveryDefault) {
     for (const char* name : {"BootFile", "ReceiveFile", "SendFiles", "ImageFile", "MacrosFile",
                              "CmdWav", "CmdErrWav", "CompleteWav", "SendMid", "LogFile"})
         EXPECT_EQ(Stored(name), "text:") << name;
-    EXPECT_EQ(settings->m_SummaryRect.right, 500);
-    EXPECT_STREQ(settings->m_Font.lfFaceName, "Courier New");
+    EXPECT_EQ(settings->Settings.m_SummaryRect.right, 500);
+    EXPECT_STREQ(settings->Settings.m_Font.lfFaceName, "Courier New");
 }
 
 TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
@@ -129,10 +120,10 @@ TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
     {
         Settings settings;
         settings->LoadSettings();
-        EXPECT_EQ(settings->m_SummaryRect.right - settings->m_SummaryRect.left,
+        EXPECT_EQ(settings->Settings.m_SummaryRect.right - settings->Settings.m_SummaryRect.left,
                   std::stoi(Stored("SummaryWindowWidth").substr(6)));
         RemoveKey(Key);
-        settings->SaveSettings();
+        settings.Save();
     }
     std::size_t i = 0;
     for (const Setting* setting : ReadingOrder())
@@ -147,23 +138,19 @@ TEST_F(SettingsTest, UnusableValuesAreReplacedAtOnce) {
     PlantValue(Key, "LogFile", REG_EXPAND_SZ, wide, sizeof(wide));
     const char shortNumber[] = {1, 2};
     PlantValue(Key, "BaudRate", REG_DWORD, shortNumber, sizeof(shortNumber));
-    PlantText(Key, "Command0", std::string(256, 'c'));
 
     Settings settings;
     settings->LoadSettings();
-    settings->LoadCommandHistory();
-    EXPECT_EQ(settings->m_WindowX, CW_USEDEFAULT);
-    EXPECT_STREQ(settings->m_BootFile, "");
-    EXPECT_STREQ(settings->m_Font.lfFaceName, "Courier New");
-    EXPECT_STREQ(settings->m_LogFile, "");
-    EXPECT_EQ(settings->m_BaudRate, 57600U);
-    EXPECT_TRUE(settings.History().empty());
+    EXPECT_EQ(settings->Settings.m_WindowX, CW_USEDEFAULT);
+    EXPECT_STREQ(settings->Settings.m_BootFile, "");
+    EXPECT_STREQ(settings->Settings.m_Font.lfFaceName, "Courier New");
+    EXPECT_STREQ(settings->Settings.m_LogFile, "");
+    EXPECT_EQ(settings->Settings.m_BaudRate, 57600U);
     EXPECT_EQ(Stored("WindowX"), "dword:2147483648");
     EXPECT_EQ(Stored("BootFile"), "text:");
     EXPECT_EQ(Stored("FontFaceName"), "text:Courier New");
     EXPECT_EQ(Stored("LogFile"), "text:");
     EXPECT_EQ(Stored("BaudRate"), "dword:57600");
-    EXPECT_EQ(Stored("Command0"), "text:");
 }
 
 TEST_F(SettingsTest, TextWithoutItsEndIsTerminatedInItsBuffer) {
@@ -172,16 +159,17 @@ TEST_F(SettingsTest, TextWithoutItsEndIsTerminatedInItsBuffer) {
     PlantValue(Key, "MacrosFile", REG_SZ, exact.data(), MAX_PATH);
     const std::string list("C:\\a.txt\0C:\\smuggled.txt\0", 24);
     PlantValue(Key, "SendFiles", REG_SZ, list.data(), list.size());
-    const std::string full(BatchBufferSize + 1, 'l');
+    const std::string full(TransferBatch::FirstBufferSize + 1, 'l');
 
     Settings settings;
     settings->LoadSettings();
-    EXPECT_EQ(std::string(settings->m_MacrosFile), exact.substr(0, MAX_PATH - 1));
-    EXPECT_EQ(std::string(settings->m_FileList, 10), std::string("C:\\a.txt\0\0", 10));
+    EXPECT_EQ(std::string(settings->Settings.m_MacrosFile), exact.substr(0, MAX_PATH - 1));
+    EXPECT_EQ(std::string(settings->Batch.m_FileList, 10), std::string("C:\\a.txt\0\0", 10));
 
-    PlantValue(Key, "SendFiles", REG_SZ, full.data(), BatchBufferSize);
+    PlantValue(Key, "SendFiles", REG_SZ, full.data(), TransferBatch::FirstBufferSize);
     settings->LoadSettings();
-    EXPECT_EQ(std::string(settings->m_FileList + BatchBufferSize - 2, 2), std::string(2, '\0'));
+    EXPECT_EQ(std::string(settings->Batch.m_FileList + TransferBatch::FirstBufferSize - 2, 2),
+              std::string(2, '\0'));
 }
 
 TEST_F(SettingsTest, ByteSettingsTakeTheLowByteOnly) {
@@ -189,23 +177,29 @@ TEST_F(SettingsTest, ByteSettingsTakeTheLowByteOnly) {
     PlantNumber(Key, "FontUnderline", 0x01000000);
     Settings settings;
     settings->LoadSettings();
-    EXPECT_EQ(settings->m_Font.lfItalic, 1);
-    EXPECT_EQ(settings->m_Font.lfUnderline, 0);
+    EXPECT_EQ(settings->Settings.m_Font.lfItalic, 1);
+    EXPECT_EQ(settings->Settings.m_Font.lfUnderline, 0);
 }
 
-TEST_F(SettingsTest, HistoryEndsAtItsFirstGap) {
-    PlantText(Key, "Command0", "dir");
-    PlantText(Key, "Command1", "");
-    PlantText(Key, "Command2", "ver");
-    Settings settings;
-    settings->LoadSettings();
-    settings->LoadCommandHistory();
-    EXPECT_EQ(settings.History(), std::vector<std::string>{"dir"});
-    PlantText(Key, "Command0", "changed");
-    settings->SaveSettings();
-    EXPECT_EQ(Stored("Command0"), "text:dir");
-    EXPECT_EQ(Stored("Command1"), "text:");
-    EXPECT_EQ(Stored("Command2"), "text:ver");
+TEST_F(HistoryTest, EndsAtItsFirstGapAndOutlivesTheSession) {
+    PlantText(Instance, "Command0", std::string(256, 'c')); // no line is that long
+    EXPECT_TRUE(History().empty());
+    EXPECT_EQ(FindValue(Instance, "Command0"), "text:");
+    EXPECT_EQ(FindValue(Instance, "Command1"), "none");
+    EXPECT_TRUE(Close());
+    PlantText(Instance, "Command0", "dir");
+    PlantText(Instance, "Command1", "");
+    PlantText(Instance, "Command2", "ver");
+    EXPECT_EQ(History(), std::vector<std::string>{"dir"});
+
+    EXPECT_NE(SendMessageA(terminal->m_hWnd, WM_QUERYENDSESSION, 0, 0), 0);
+    PlantText(Instance, "Command0", "changed");
+    SendMessageA(terminal->m_hWnd, WM_ENDSESSION, FALSE, 0);
+    EXPECT_EQ(FindValue(Instance, "Command0"), "text:changed") << "the session goes on";
+    SendMessageA(terminal->m_hWnd, WM_ENDSESSION, TRUE, 0);
+    EXPECT_EQ(FindValue(Instance, "Command0"), "text:dir");
+    EXPECT_EQ(FindValue(Instance, "Command1"), "text:");
+    EXPECT_EQ(FindValue(Instance, "Command2"), "text:ver");
 }
 
 TEST_F(SettingsTest, MusicRowsLoadAndSave) {
@@ -220,16 +214,16 @@ TEST_F(SettingsTest, MusicRowsLoadAndSave) {
 
     Settings settings;
     settings->LoadSettings();
-    ASSERT_EQ(settings->m_MusicSupportExt, 2);
-    EXPECT_EQ(settings->m_MusicSupportCurExt, 0);
-    EXPECT_STREQ(MusicText(settings->m_MusicSupportExts[1]), "mid");
-    EXPECT_STREQ(MusicText(settings->m_MusicSupportCommands[0]), "");
-    EXPECT_EQ(settings->m_MusicSupportConverterNewExts[0], 1U);
+    ASSERT_EQ(settings->Settings.m_MusicSupportExt, 2);
+    EXPECT_EQ(settings->Settings.m_MusicSupportCurExt, 0);
+    EXPECT_STREQ(MusicText(settings->Settings.m_MusicRows[1].ext), "mid");
+    EXPECT_STREQ(MusicText(settings->Settings.m_MusicRows[0].command), "");
+    EXPECT_EQ(settings->Settings.m_MusicRows[0].converterNewExt, 1U);
     EXPECT_EQ(Stored("MusicSupportExt0"), "text:");
     EXPECT_EQ(Stored("MusicSupportCommand0"), "text:");
 
     RemoveKey(Key);
-    settings->SaveSettings();
+    settings.Save();
     EXPECT_EQ(Stored("MusicSupportExt"), "dword:2");
     EXPECT_EQ(Stored("MusicSupportExt1"), "text:mid");
     EXPECT_EQ(Stored("MusicSupportConverter1"), "text:conv.exe");
@@ -243,12 +237,12 @@ TEST_F(SettingsTest, AbsurdMusicCountsAreHarmless) {
     PlantNumber(Key, "MusicSupportCurExt", 0xFFFFFFFF);
     Settings settings;
     settings->LoadSettings();
-    EXPECT_EQ(settings->m_MusicSupportExt, 0);
-    EXPECT_EQ(settings->m_MusicSupportCurExt, 0);
+    EXPECT_EQ(settings->Settings.m_MusicSupportExt, 0);
+    EXPECT_EQ(settings->Settings.m_MusicSupportCurExt, 0);
 
     PlantNumber(Key, "MusicSupportExt", 0x7FFFFFFF);
     settings->LoadSettings();
-    EXPECT_EQ(settings->m_MusicSupportExt, 1000);
+    EXPECT_EQ(settings->Settings.m_MusicSupportExt, 1000);
 }
 
 TEST_F(SettingsTest, KeyThatCannotBeOpenedGivesDefaultsAndSavesNothing) {
@@ -262,10 +256,9 @@ TEST_F(SettingsTest, KeyThatCannotBeOpenedGivesDefaultsAndSavesNothing) {
 
     Settings settings(path.c_str());
     settings->LoadSettings();
-    settings->LoadCommandHistory();
-    settings->SaveSettings();
-    EXPECT_EQ(settings->m_BaudRate, 57600U);
-    EXPECT_EQ(settings->m_SummaryRect.bottom, 350);
-    EXPECT_STREQ(settings->m_DeviceName, "default");
+    settings.Save();
+    EXPECT_EQ(settings->Settings.m_BaudRate, 57600U);
+    EXPECT_EQ(settings->Settings.m_SummaryRect.bottom, 350);
+    EXPECT_STREQ(settings->Settings.m_DeviceName, "default");
     EXPECT_EQ(FindValue(path, "BaudRate"), "none");
 }

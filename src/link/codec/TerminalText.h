@@ -8,6 +8,7 @@
 
 // The device's one-byte answer to a command line, and the state while it is awaited.
 enum CommandAnswer : std::uint32_t {
+    AnswerNone = 0, // no line waits for one
     AnswerRefused = 1,
     AnswerAccepted = 2,
     AnswerPending = 255,

@@ -1,4 +1,4 @@
-#include "fileops/Batch.h"
+#include "TransferResult.h"
 
 #include <algorithm>
 

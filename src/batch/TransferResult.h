@@ -1,8 +1,7 @@
 #pragma once
 
-// The outcome of a send batch: one TransferResult for each file that it reached, packed back to
-// back, and the device's names of the files that were sent as a packed list. Nothing here knows
-// windows.
+// The record of one file of a send batch: a TransferResult, packed back to back with the others.
+// No windows.h.
 
 #include <cstddef>
 #include <cstdint>

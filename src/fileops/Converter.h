@@ -1,0 +1,16 @@
+#pragma once
+
+#include <windows.h>
+
+// A converter at work, on a thread of its own: its start and its end may take any time.
+struct Conversion;
+
+// GUI thread. Starts the program that a command line names. When it has ended, or could not be
+// started, `message` is posted to the window. Null without memory or thread.
+Conversion* StartConversion(const char* commandLine, HWND window, UINT message);
+
+// True when it has ended.
+bool ConversionEnded(const Conversion* conversion);
+
+// Forgets it, and ends the program if it still runs. Null is allowed.
+void LeaveConversion(Conversion* conversion);

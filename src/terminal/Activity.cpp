@@ -1,0 +1,115 @@
+// What the terminal does, and what waits until it may be done: a look at all of that comes by a
+// posted message, and for messages that get lost by a slow timer as long as anything is awaited.
+
+#include "fileops/SendFilesDialog.h"
+#include "terminal/DispatcherRequest.h"
+#include "terminal/ModalScope.h"
+#include "terminal/Timers.h"
+#include "terminal/ZoTerm.h"
+
+namespace {
+
+constexpr UINT WatchPeriod = 250;          // ms
+constexpr std::uint64_t LongestEnd = 3000; // ms that a canceled operation gets before a close
+
+} // namespace
+
+void ZoTerm::SetActivity(Activity activity) {
+    m_Activity = activity;
+    if (activity != Activity::Idle)
+        Watch();
+    else if (m_CloseWanted)
+        LookLater();
+}
+
+bool ZoTerm::OperationRuns() const {
+    return m_Activity != Activity::Idle && m_Activity != Activity::Ending;
+}
+
+bool ZoTerm::TakesLists() const {
+    return m_Activity == Activity::Idle && !m_CloseWanted;
+}
+
+void ZoTerm::Watch() {
+    if (!m_Watches)
+        m_Watches = SetTimer(m_hWnd, WatchTimerId, WatchPeriod, nullptr) != 0;
+}
+
+void ZoTerm::LookLater() {
+    PostMessageA(m_hWnd, LookMessage, 0, 0);
+    Watch();
+}
+
+// The terminal may be gone when this returns.
+void ZoTerm::OnWatchTimer() {
+    if (m_Activity == Activity::Idle && !m_CloseWanted && !Port->AwaitsResults()) {
+        KillTimer(m_hWnd, WatchTimerId);
+        m_Watches = false;
+    }
+    LookAgain();
+}
+
+// The terminal may be gone when this returns.
+LRESULT ZoTerm::OnLook() {
+    LookAgain();
+    return 0;
+}
+
+// The terminal may be gone when this returns.
+void ZoTerm::LookAgain() {
+    TakeAnswers();
+    if (Operation.m_ProgressDialog)
+        SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyTransfer, 0);
+    LookAtConverter(*this);
+    if (Operation.m_WantsName && m_ModalDepth == 0)
+        AskForName(*this);
+    if (m_Activity == Activity::Ending && !After.consoleWaits)
+        FinishBatch(*this);
+    CloseIfDue();
+}
+
+void ZoTerm::EnterModal() {
+    ++m_ModalDepth;
+}
+
+// Nothing is done here: the function that ran the loop still works with the terminal.
+void ZoTerm::LeaveModal() {
+    --m_ModalDepth;
+    if (m_ModalDepth == 0 && (m_CloseWanted || m_Activity != Activity::Idle))
+        LookLater();
+}
+
+// An open dialog comes to the front instead. What still runs is canceled first.
+LRESULT ZoTerm::OnClose() {
+    const bool behindDialog = ModalScope::DialogOnTopIs(*this);
+    if (behindDialog)
+        SetForegroundWindow(GetLastActivePopup(m_hWnd));
+    if (behindDialog && m_Activity != Activity::Ending)
+        return 0;
+    if (!m_CloseWanted)
+        m_CloseBy = GetTickCount64() + LongestEnd;
+    m_CloseWanted = true;
+    Watch();
+    if (OperationRuns() && Operation.m_ProgressDialog)
+        SendMessageA(Operation.m_ProgressDialog, WM_COMMAND, IDCANCEL, 0);
+    CloseIfDue();
+    return 0; // the terminal may be gone: nothing of it may be touched here
+}
+
+// The terminal may be gone when this returns.
+void ZoTerm::CloseIfDue() {
+    if (!m_CloseWanted || m_ModalDepth > 0)
+        return;
+    if (m_Activity != Activity::Idle && GetTickCount64() < m_CloseBy)
+        return;
+    SendMessageA(m_Dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, m_Slot), 0);
+}
+
+// No WM_CLOSE comes when the session ends.
+LRESULT ZoTerm::OnEndSession(WPARAM ends) {
+    if (!ends)
+        return 0;
+    SaveSettings();
+    Port->FinishTransfer();
+    return 0;
+}

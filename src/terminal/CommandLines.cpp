@@ -1,0 +1,74 @@
+// Command lines on their way to the device, and what comes of them. The port sends one after the
+// other; the window never waits.
+
+#include "terminal/MessageLoop.h"
+#include "terminal/ModalScope.h"
+#include "terminal/Sounds.h"
+#include "terminal/ZoTerm.h"
+
+// A line whose sender waits for the result, on the stack of that wait.
+struct ZoTerm::AwaitedLine {
+    std::uint32_t tag;
+    bool done = false;
+    bool accepted = false;
+    AwaitedLine* below = nullptr;
+};
+
+std::uint32_t ZoTerm::NewTag() {
+    m_LastTag = m_LastTag < FirstOwnTag ? FirstOwnTag : m_LastTag + 1;
+    return m_LastTag;
+}
+
+bool ZoTerm::QueueLine(const char* line, std::uint32_t tag) {
+    return LinesQueued(Port->QueueCommand(line, tag), tag);
+}
+
+bool ZoTerm::QueueLines(const char* lines, std::uint32_t tag) {
+    return LinesQueued(Port->QueueCommands(lines, tag), tag);
+}
+
+bool ZoTerm::LinesQueued(bool queued, std::uint32_t tag) {
+    if (queued)
+        Watch();
+    else if (tag == LineAloud)
+        PlayWav(Settings.m_CmdErrWav);
+    return queued;
+}
+
+void ZoTerm::TakeAnswers() {
+    LineResult result;
+    while (Port->TakeResult(&result))
+        TakeAnswer(result);
+}
+
+void ZoTerm::TakeAnswer(const LineResult& result) {
+    bool aloud = result.tag == LineAloud;
+    for (AwaitedLine* line = m_AwaitedLines; line; line = line->below)
+        if (line->tag == result.tag) {
+            line->done = aloud = true;
+            line->accepted = result.accepted;
+        }
+    if (aloud)
+        PlayWav(result.accepted ? Settings.m_CmdWav : Settings.m_CmdErrWav);
+    if (result.tag >= FirstOwnTag && result.tag == Operation.m_AwaitedLine)
+        SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyAnswer,
+                     static_cast<LPARAM>(result.tag));
+}
+
+// For another program that sends a line and waits for what comes of it: every window of this one
+// goes on meanwhile. Nonzero when the device has accepted it.
+LRESULT ZoTerm::AwaitAnswer(const char* line) {
+    AwaitedLine awaited = {NewTag()};
+    if (!QueueLine(line, awaited.tag)) {
+        PlayWav(Settings.m_CmdErrWav);
+        return 0;
+    }
+    const ModalScope scope(*this, ModalScope::Wait);
+    const SenderWait wait;
+    awaited.below = m_AwaitedLines;
+    m_AwaitedLines = &awaited;
+    while (!awaited.done && MessageStep()) {
+    }
+    m_AwaitedLines = awaited.below;
+    return awaited.accepted;
+}

@@ -1,0 +1,76 @@
+#include "terminal/MessageLoop.h"
+
+#include "resources/resource.h"
+
+#include <utility>
+
+namespace {
+
+HWND Dispatcher = nullptr;
+HACCEL Accelerators = nullptr;
+bool Dispatches = false; // a posted message is carried out, not one that was sent
+int Waits = 0;           // handlers on the stack that cannot answer their sender yet
+constexpr int MostWaits = 24;
+
+// The modeless dialog that has the keyboard, if one has it.
+HWND ActiveDialog() {
+    const HWND active = GetActiveWindow();
+    const ATOM dialogClass = 32770; // the system's own
+    return active && GetClassLongPtrA(active, GCW_ATOM) == dialogClass ? active : nullptr;
+}
+
+// A progress dialog, which is known by its clip, comes to the front by itself, perhaps under the
+// hands of somebody who types a line: Enter is not for its buttons.
+bool IsStrayEnter(HWND dialog, const MSG& message) {
+    return message.message == WM_KEYDOWN && message.wParam == VK_RETURN &&
+           GetDlgItem(dialog, IDC_CLIP);
+}
+
+// A message that the accelerators took still reaches its own window, but makes no character.
+// Dialogs get their keys: Tab, Enter, Esc.
+void CarryOut(MSG& message) {
+    const bool taken = TranslateAcceleratorA(Dispatcher, Accelerators, &message) != 0;
+    const HWND dialog = ActiveDialog();
+    if (dialog && (IsStrayEnter(dialog, message) || IsDialogMessageA(dialog, &message)))
+        return;
+    if (!taken)
+        TranslateMessage(&message);
+    DispatchMessageA(&message);
+}
+
+} // namespace
+
+void PrepareMessageLoop(HWND dispatcher, HACCEL accelerators) {
+    Dispatcher = dispatcher;
+    Accelerators = accelerators;
+}
+
+bool MessageStep() {
+    const bool before = std::exchange(Dispatches, false);
+    MSG message;
+    const bool got = GetMessageA(&message, nullptr, 0, 0) > 0; // carries out what is sent
+    Dispatches = true;
+    if (got)
+        CarryOut(message);
+    else
+        PostQuitMessage(static_cast<int>(message.wParam));
+    Dispatches = before;
+    return got;
+}
+
+bool SenderWaits() {
+    const bool sent = (InSendMessageEx(nullptr) & (ISMEX_SEND | ISMEX_REPLIED)) == ISMEX_SEND;
+    return sent && !(Dispatches && Waits > 0);
+}
+
+SenderWait::SenderWait() {
+    ++Waits;
+}
+
+SenderWait::~SenderWait() {
+    --Waits;
+}
+
+bool SenderWait::TooMany() {
+    return Waits >= MostWaits;
+}
