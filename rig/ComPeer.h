@@ -19,7 +19,7 @@ struct ComPair {
 ComPair ReadComPair();
 
 // Pairs that a test may use at the same time: `most` where the rig is, else the one.
-std::vector<ComPair> AllComPairs(int most = 8);
+std::vector<ComPair> AllComPairs(int most = 13);
 
 class ComPeer {
 public:

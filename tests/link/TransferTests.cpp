@@ -48,29 +48,6 @@ TEST(Transfer, EverySizeGoesBothWays) {
     line.ExpectUsable();
 }
 
-TEST(Transfer, MoreThan256BlocksGoBothWays) {
-    const DWORD size = 258 * 512 + 1;
-    const std::string content = RandomBytes(size, 7);
-    const std::vector<ComPair> pairs = AllComPairs();
-    DeviceLine receiver(pairs.back());
-    ASSERT_TRUE(receiver.StartReceive(content));
-    const auto checkReceived = [&] {
-        EXPECT_EQ(Told(receiver.End(120000)), Told({0, 0, 259, size, 0}));
-        EXPECT_TRUE(receiver.Received() == content);
-    };
-    std::unique_ptr<DeviceLine> other;
-    if (pairs.size() > 1) // both at once
-        other = std::make_unique<DeviceLine>(pairs.front());
-    else
-        checkReceived();
-    DeviceLine& sender = other ? *other : receiver;
-    ASSERT_TRUE(sender.StartSend(content));
-    EXPECT_EQ(Told(sender.End()), Told({0, size, 0, size, 0}));
-    EXPECT_TRUE(sender.Stored() == content);
-    if (other)
-        checkReceived();
-}
-
 TEST(Transfer, ScreenImageAndBootImage) {
     sim::DeviceSetup quick;
     quick.restartPause = 100;
@@ -293,7 +270,7 @@ TEST(Transfer, CanceledReceiveDoesNotCostTheNextOneItsFirstPackets) {
     const std::string content = RandomBytes(600, 3);
     std::mt19937 random(5);
     DeviceLine line(ReadComPair());
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < 8; ++round) {
         ASSERT_TRUE(line.StartReceive(RandomBytes(20000, 4)));
         Sleep(random() % 900);
         line.port->StopReceive();
@@ -311,5 +288,5 @@ TEST(Transfer, CanceledReceiveDoesNotCostTheNextOneItsFirstPackets) {
         EXPECT_TRUE(uploads % 2 ? starts == 1 : starts <= 1) << uploads;
         at = next;
     }
-    EXPECT_EQ(uploads, 24);
+    EXPECT_EQ(uploads, 16);
 }
