@@ -6,7 +6,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <random>
+#include <set>
 #include <string>
 
 class TestFolder {
@@ -36,6 +38,14 @@ public:
     std::string Read(const std::string& name) const {
         std::ifstream file(m_Root / name, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+
+    // What lies in the folder, sorted, a comma behind each name.
+    std::string Names() const {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(m_Root))
+            names.insert(entry.path().filename().string() + ",");
+        return std::accumulate(names.begin(), names.end(), std::string());
     }
 
 private:

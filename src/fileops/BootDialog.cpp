@@ -15,6 +15,7 @@ INT_PTR OnInitDialog(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     AttachOperation(terminal, dialog, Activity::Booting);
     ShowOperation(dialog);
+    terminal.Batch.m_CancelRequested = 0;
     SetFileLine(dialog, "Booting", terminal.Settings.m_BootFile);
     SetProgressLine(dialog, "Waiting for reboot...");
     if (terminal.Port->StartSend(nullptr, terminal.Settings.m_BootFile, nullptr, SendModeBoot,
@@ -23,9 +24,11 @@ INT_PTR OnInitDialog(HWND dialog) {
         BeginOperation(terminal, IDV_SEND);
         return FALSE; // the focus is where it belongs
     }
+    const DWORD error = terminal.Port->LastError();
     terminal.Operation = {};
     terminal.SetActivity(Activity::Idle);
     DestroyWindow(dialog);
+    ShowFailure(terminal, "Boot", error);
     return FALSE;
 }
 
@@ -33,8 +36,10 @@ INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     TransferInfo info = {};
     const TransferNews news = LookAtTransfer(terminal, notification, info);
-    if (news == TransferNews::Ended)
+    if (news == TransferNews::Ended) {
         EndOperation(terminal, terminal.Settings.m_CompleteWav, Activity::Idle);
+        ShowFailure(terminal, "Boot", info.Status);
+    }
     if (news != TransferNews::Progress)
         return TRUE;
     ShowWindow(GetDlgItem(dialog, IDC_REBOOT), SW_HIDE);
@@ -49,11 +54,17 @@ INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     return TRUE;
 }
 
+// The transfer's last notification closes the dialog.
+void Cancel(ZoTerm& terminal) {
+    terminal.Batch.m_CancelRequested = 1;
+    terminal.Port->StopSend();
+}
+
 INT_PTR OnCommand(HWND dialog, WORD command) {
     if (command == IDC_REBOOT)
         TerminalOfDialog(dialog).QueueLine("reboot", LineAloud);
     if (command == IDCANCEL)
-        TerminalOfDialog(dialog).Port->StopSend(); // its last notification closes the dialog
+        Cancel(TerminalOfDialog(dialog));
     return command == IDCANCEL || command == IDC_REBOOT;
 }
 

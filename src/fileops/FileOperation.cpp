@@ -1,5 +1,6 @@
 #include "fileops/FileOperation.h"
 
+#include "base/SystemText.h"
 #include "base/Text.h"
 #include "batch/TransferResult.h"
 #include "fileops/Converter.h"
@@ -24,12 +25,35 @@ void MakeRoomForClip(HWND dialog) {
     MakeRoomBelow(dialog, IDC_CLIP);
 }
 
+// What some numbers mean for a transfer, where the system's words would mislead.
+struct Reason {
+    DWORD status;
+    const char* words;
+};
+
+constexpr Reason Reasons[] = {
+    {ERROR_INVALID_HANDLE, "no port is open"},
+    {ERROR_BAD_COMMAND, "the device refused"},
+};
+constexpr char NotOfTheUser[] = "no answer, or the device gave up";
+
+template <std::size_t Size>
+void FormatReason(char (&text)[Size], DWORD status, bool canceledByUser) {
+    FormatSystemError(text, status);
+    if (status == ERROR_CANCELLED && !canceledByUser)
+        CopyText(text, NotOfTheUser);
+    for (const Reason& reason : Reasons)
+        if (reason.status == status)
+            CopyText(text, reason.words);
+}
+
 } // namespace
 
 void AttachOperation(ZoTerm& terminal, HWND dialog, Activity activity) {
     terminal.Operation = {};
     terminal.Operation.m_ProgressDialog = dialog;
     terminal.SetActivity(activity);
+    terminal.SetStatusText("");
     MakeRoomForClip(dialog);
     CenterOverTerminal(dialog);
 }
@@ -63,7 +87,7 @@ TransferNews LookAtTransfer(ZoTerm& terminal, LPARAM notification, TransferInfo&
         return TransferNews::None;
     std::uint32_t number = 0;
     if (!terminal.Port->GetTransferInfo(&info, &number) || number != awaited)
-        info = {ERROR_CANCELLED, 0, 0, 0, 0};
+        info = {ERROR_DEVICE_NOT_CONNECTED, 0, 0, 0, 0};
     if (info.Status == ERROR_IO_PENDING)
         return about == 0 ? TransferNews::None : TransferNews::Progress;
     awaited = 0;
@@ -90,6 +114,16 @@ void EndOperation(ZoTerm& terminal, const char* sound, Activity activity) {
     SendDlgItemMessageA(dialog, IDC_CLIP, ACM_OPENA, 0, 0);
     PlayWav(sound);
     DestroyWindow(dialog);
+}
+
+void ShowFailure(ZoTerm& terminal, const char* verb, DWORD status) {
+    if (status == ERROR_SUCCESS)
+        return;
+    char reason[200];
+    FormatReason(reason, status, terminal.Batch.m_CancelRequested != 0);
+    char text[sizeof(reason) + 32];
+    FormatText(text, "%s failed: %s", verb, reason);
+    terminal.SetStatusText(text);
 }
 
 void ForgetOperation(HWND dialog) {

@@ -30,7 +30,7 @@ enum class TransferNews { None, Progress, Ended };
 
 // Looks how the operation's transfer stands; `info` is its snapshot. A notification of another
 // transfer is no news, nor is one that only comes by timer, unless the transfer has ended. Ended is
-// returned once. With the port closed the transfer has failed.
+// returned once. With the port closed the transfer has failed: the device is not connected.
 TransferNews LookAtTransfer(ZoTerm& terminal, LPARAM notification, TransferInfo& info);
 
 // Plays the clip over and over, from the first call on.
@@ -39,6 +39,10 @@ void PlayClip(ZoTerm& terminal);
 // Ends an operation however far it has come: the commands come back, the clip stops, `sound`
 // replaces the looping one (empty: silence), the dialog is destroyed. `activity` follows.
 void EndOperation(ZoTerm& terminal, const char* sound, Activity activity);
+
+// After the end of an operation that did not end well: the status bar says why. `verb` names the
+// operation ("Send"); `status` is that of its transfer, or the reason why none was started.
+void ShowFailure(ZoTerm& terminal, const char* verb, DWORD status);
 
 // WM_DESTROY of a dialog that goes with its terminal's window instead: ends the sound.
 void ForgetOperation(HWND dialog);

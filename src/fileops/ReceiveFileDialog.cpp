@@ -43,9 +43,11 @@ INT_PTR OnInitDialog(HWND dialog) {
         PlayClip(terminal);
         return FALSE;
     }
+    const DWORD error = terminal.Port->LastError();
     terminal.After = {};
     terminal.After.consoleWaits = true;
     EndOperation(terminal, "", Activity::Ending);
+    ShowFailure(terminal, "Receive", error);
     terminal.Batch.ClearRecords();
     ShowConsoleText(terminal);
     return FALSE; // the focus is where it belongs
@@ -57,6 +59,7 @@ INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     const TransferNews news = LookAtTransfer(terminal, notification, info);
     if (news == TransferNews::Ended) {
         EndOperation(terminal, "", Activity::Idle);
+        ShowFailure(terminal, "Receive", info.Status);
         terminal.QueueLines(PersonTalks, LineSilent);
         terminal.Batch.ClearRecords();
         ShowConsoleText(terminal);

@@ -50,6 +50,11 @@ void Trace(const char* format, ...) {
     OutputDebugStringA(line);
 }
 
+void NoteFailure(ZoTerm& terminal, DWORD status) {
+    if (terminal.Operation.m_Failure == ERROR_SUCCESS)
+        terminal.Operation.m_Failure = status;
+}
+
 // The summary comes by a message, when nothing of the dialog is under way any more. Without one the
 // terminal is idle when the dialog is gone.
 void EndBatch(ZoTerm& terminal, const Ending& ending) {
@@ -58,10 +63,14 @@ void EndBatch(ZoTerm& terminal, const Ending& ending) {
     terminal.After.summary = batch.Used.showsSummary && !batch.m_ImageMode;
     terminal.After.complete = ending.complete;
     terminal.After.converted = terminal.Operation.m_Converted;
-    EndOperation(terminal, batch.Used.*ending.sound, Activity::Ending);
     if (ending.record != ResultEnd)
         batch.Record(ending.record);
+    if (ending.record == ResultCancelled)
+        NoteFailure(terminal, ERROR_CANCELLED);
+    const DWORD failure = terminal.Operation.m_Failure;
+    EndOperation(terminal, batch.Used.*ending.sound, Activity::Ending);
     terminal.SetStatusText("");
+    ShowFailure(terminal, "Send", failure);
     if (terminal.After.summary)
         terminal.LookLater();
     else
@@ -98,8 +107,10 @@ bool StartTransfer(ZoTerm& terminal) {
     const bool image = batch.m_ImageMode != 0;
     if (!terminal.Port->StartSend(image ? nullptr : batch.Used.folder, batch.m_CurrentFile,
                                   batch.m_DeviceFileName, image ? SendModeImage : SendModeFile,
-                                  batch.Used.imageBlockSize))
+                                  batch.Used.imageBlockSize)) {
+        NoteFailure(terminal, terminal.Port->LastError());
         return false;
+    }
     AwaitTransfer(terminal);
     return true;
 }
@@ -233,6 +244,7 @@ void EndFile(ZoTerm& terminal, const TransferInfo& info) {
         EndBatch(terminal, CancelledEnding);
         return;
     } else {
+        NoteFailure(terminal, info.Status);
         batch.Record(ResultSendError);
     }
     batch.FinishFile(info.Size);

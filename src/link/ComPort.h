@@ -4,6 +4,7 @@
 // files sent and received.
 
 #include "link/LineQueue.h"
+#include "link/ReceivedFile.h"
 #include "link/codec/Packet.h"
 #include "link/codec/ReplyLine.h"
 #include "link/codec/SendCursor.h"
@@ -135,10 +136,11 @@ public:
     // A frame that is under way is finished first, as long as the line takes it.
     void StopSend();
 
-    // GUI thread. Starts to receive the device's file `deviceName` into the local file `path`,
-    // which is replaced. False with the reason in LastError and Status, as StartSend. Progress and
-    // the end come by NotifyTransfer; the last one comes when the line is the terminal's again.
-    // A failed or canceled receive deletes the local file.
+    // GUI thread. Starts to receive the device's file `deviceName` into the local file `path`. One
+    // that is there is replaced when the new one is complete, and only then. False with the reason
+    // in LastError and Status, as StartSend. Progress and the end come by NotifyTransfer; the last
+    // one comes when the line is the terminal's again. A failed or canceled receive leaves no file
+    // of its own behind; one that the device refuses leaves an empty one, if it was a new one.
     bool StartReceive(const char* path, const char* deviceName);
 
     // GUI thread. Asks a receive to end, and returns at once. Always true.
@@ -306,7 +308,7 @@ private:
     HANDLE m_CommandEvent = nullptr;
     std::uint32_t m_ImageBlockSize = DefaultImageBlockSize;
     HANDLE m_DataEvent = nullptr;
-    HANDLE m_ReceiveHandle = nullptr;
+    ReceivedFile m_ReceivedFile;
     HANDLE m_ReceiveThread = nullptr;
     std::atomic<std::uint32_t> m_ReceiveAbort{0};
     char m_ReceivePath[MAX_PATH] = {};

@@ -5,6 +5,7 @@
 
 #include "base/Text.h"
 #include "link/InputLock.h"
+#include "link/KeepAwake.h"
 
 #include <algorithm>
 #include <memory>
@@ -34,6 +35,7 @@ DWORD WINAPI ComPort::ReceiveThread(void* port) {
 }
 
 void ComPort::RunReceive() {
+    const KeepAwake awake;
     AwaitPredecessor();
     const DWORD status = EndReceive(ReceiveFile());
     m_RawAhead = false; // behind the last packet
@@ -42,18 +44,16 @@ void ComPort::RunReceive() {
 
 // Returns the status. With m_ReceiveAbort set the local file is to go and the device to stop.
 DWORD ComPort::ReceiveFile() {
-    const HANDLE file = CreateFileA(m_ReceivePath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    const DWORD error = m_ReceivedFile.Create(m_ReceivePath);
+    if (error != ERROR_SUCCESS) {
         m_ReceiveAbort = 1;
-        return GetLastError();
+        return error;
     }
-    m_ReceiveHandle = file;
 
     char command[sizeof(UploadCommand) + sizeof(m_ReceiveName)];
     FormatText(command, UploadCommand, m_ReceiveName);
     if (!Ask(command, m_DataEvent, true)) // a cancel sets it
-        return ERROR_CANCELLED;           // the empty file stays
+        return ERROR_CANCELLED;           // an empty file stays, if it replaces none
     Sleep(PacketPause);
     if (m_ReceiveAbort)
         return ERROR_CANCELLED;
@@ -160,30 +160,25 @@ DWORD ComPort::ReceiveBlocks() {
 
 // Returns 0 or the platform's error; a full disk ends the receive.
 DWORD ComPort::StoreBlock(const std::uint8_t* payload, std::uint32_t length) {
-    DWORD written = 0;
-    DWORD error = ERROR_SUCCESS;
-    if (!WriteFile(m_ReceiveHandle, payload, length, &written, nullptr))
-        error = GetLastError();
-    else if (written != length)
-        error = ERROR_DISK_FULL;
+    const DWORD error = m_ReceivedFile.Append(payload, length);
     if (error != ERROR_SUCCESS)
         m_ReceiveAbort = 1;
     return error;
 }
 
 // Puts the line back and settles the local file. Returns the final status: what is deleted is
-// never told as received.
+// never reported as received.
 DWORD ComPort::EndReceive(DWORD status) {
     const bool aborted = m_ReceiveAbort != 0;
-    if (m_ReceiveHandle) {
-        if (!CloseHandle(m_ReceiveHandle) && status == ERROR_SUCCESS)
-            status = GetLastError();
-        m_ReceiveHandle = nullptr;
+    if (aborted || (status != ERROR_SUCCESS && m_ReceivedFile.Replaces())) {
+        m_ReceivedFile.Discard();
+    } else {
+        const DWORD error = m_ReceivedFile.Keep();
+        status = status == ERROR_SUCCESS ? error : status;
     }
     LeaveRawMode(aborted);
     if (!aborted)
         return status;
-    DeleteFileA(m_ReceivePath);
     SendControl(CtlEnd, 0);
     return status == ERROR_SUCCESS ? DWORD{ERROR_CANCELLED} : status;
 }

@@ -5,6 +5,7 @@
 
 #include "base/Text.h"
 #include "link/InputLock.h"
+#include "link/KeepAwake.h"
 #include "link/codec/BlockFrame.h"
 #include "link/codec/PackedList.h"
 
@@ -116,6 +117,7 @@ std::uint32_t ComPort::SendBlockSize() const {
 }
 
 void ComPort::RunSend() {
+    const KeepAwake awake;
     AwaitPredecessor();
     {
         const InputLock lock(*this);

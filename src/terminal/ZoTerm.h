@@ -44,6 +44,7 @@ struct FileOperationState {
     Conversion* m_Conversion = nullptr; // the converter at work
     std::uint32_t m_Transfer = 0;       // the number of the transfer that is awaited
     std::uint32_t m_AwaitedLine = 0;    // the tag of the line whose answer is awaited
+    DWORD m_Failure = 0;                // why the first file failed that did
     bool m_ClipPlays = false;
     bool m_Begun = false;     // a first transfer has been started
     bool m_Converted = false; // the batch is one converted file

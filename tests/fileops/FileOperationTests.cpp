@@ -203,19 +203,24 @@ TEST_F(OperationTest, ReceivedFileIsWholeAndTheConsoleGoesOn) {
     EXPECT_TRUE(
         WaitUntil([&] { return TextOf(OutputOf(*terminal)).find("pc off") != std::string::npos; }));
 
-    // Canceled, and refused by the device.
+    // Canceled, and refused by the device: neither reads like success.
+    EXPECT_EQ(StatusText(), "1300 of 1300 bytes received");
     ASSERT_TRUE(Receive());
+    EXPECT_EQ(StatusText(), "");
     PressButton(IDCANCEL);
     ASSERT_TRUE(Ended());
-    EXPECT_FALSE(folder.Exists("song"));
+    EXPECT_EQ(StatusText().rfind("Receive failed: ", 0), 0U) << StatusText();
+    EXPECT_TRUE(folder.Read("song") == content) << "the earlier file stays";
     CopyText(terminal->Settings.m_ReceiveFile, folder.Path("none").c_str());
     EXPECT_TRUE(Receive());
     EXPECT_TRUE(Ended());
+    EXPECT_EQ(StatusText(), "Receive failed: no answer, or the device gave up");
     EXPECT_FALSE(IsBusy(*terminal));
     // The local path stays the user's: of the device's name only its last part counts.
     Command(CMD_PORT_NONE);
     EXPECT_FALSE(Receive());
     EXPECT_EQ(terminal->Operation.m_ProgressDialog, nullptr);
+    EXPECT_EQ(StatusText(), "Receive failed: no port is open");
 }
 
 TEST_F(OperationTest, BootWaitsForTheRestart) {

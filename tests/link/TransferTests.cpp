@@ -2,6 +2,7 @@
 // size that matters, every moment to cancel.
 
 #include "rig/DeviceLine.h"
+#include "rig/Import.h"
 #include "rig/Vectors.h"
 
 #include <algorithm>
@@ -30,6 +31,22 @@ struct ReceiveFault {
 };
 
 constexpr std::size_t FaultSize = 4 * 512 + 52; // five blocks
+
+} // namespace
+
+STAND_IN(WriteFile);
+
+namespace {
+
+decltype(&WriteFile) SystemWriteFile = __imp_WriteFile;
+
+BOOL WINAPI FullDisk(HANDLE file, const void* bytes, DWORD count, DWORD* written,
+                     OVERLAPPED* overlapped) {
+    if (GetFileType(file) != FILE_TYPE_DISK)
+        return SystemWriteFile(file, bytes, count, written, overlapped);
+    SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
 
 } // namespace
 
@@ -117,10 +134,7 @@ TEST(Transfer, EachFaultOfAReceiveEndsAsItMust) {
     };
     const std::string content(FaultSize, 'd');
     const std::string control = FromHex("02000004");
-    const auto start = [&](DeviceLine& line) {
-        line.folder.Write("local.bin", "what was there before");
-        return line.StartReceive(content);
-    };
+    const auto start = [&](DeviceLine& line) { return line.StartReceive(content); };
     OnEveryLine(faults, start, [&](DeviceLine& line, const ReceiveFault& fault) {
         const TransferInfo info = line.End();
         EXPECT_EQ(info.Status, fault.status);
@@ -197,20 +211,52 @@ TEST(Transfer, LocalFilesThatFailAreTold) {
     EXPECT_EQ(wire.find("rcv"), std::string::npos);
 }
 
-TEST(Transfer, LocalWriteThatFailsEndsAReceive) {
-    DeviceLine line(ReadComPair(), "1 pause 0 300");
-    line.folder.Write("device\\a\\x.bin", "data");
-    // A pipe whose reader leaves takes no bytes.
-    const char* const path = "\\\\.\\pipe\\zoconsole_full";
-    OwnedHandle reader(
-        CreateNamedPipeA(path, PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE, 1, 64, 64, 0, nullptr));
-    ASSERT_TRUE(line.port->StartReceive(path, "/a/x.bin"));
-    EXPECT_TRUE(ConnectNamedPipe(reader.get(), nullptr) || GetLastError() == ERROR_PIPE_CONNECTED);
-    reader.reset();
-    const DWORD status = line.End().Status;
-    EXPECT_TRUE(status == ERROR_NO_DATA || status == ERROR_BROKEN_PIPE) << status;
-    line.ExpectUsable();
-    EXPECT_NE(line.ToDevice().find(FromHex("0200000400020000D103AABA")), std::string::npos);
+TEST(Transfer, FileThatIsThereIsReplacedOnlyByAWholeOne) {
+    const auto received = [](DeviceLine& line) -> DWORD { return line.End().Status; };
+    const auto canceled = [](DeviceLine& line) -> DWORD {
+        EXPECT_TRUE(WaitUntil([&] { return line.Info().Done >= 512; }));
+        line.port->StopReceive();
+        return line.End().Status;
+    };
+    const auto onFullDisk = [](DeviceLine& line) -> DWORD {
+        EXPECT_TRUE(WaitUntil([&] { return line.Info().Done >= 512; }));
+        const StandIn disk(__imp_WriteFile, &FullDisk);
+        return line.End().Status;
+    };
+    struct Case {
+        const char* script;
+        DWORD (*end)(DeviceLine& line);
+        DWORD status;
+        bool readOnly;
+    };
+    const Case cases[] = {
+        {"", received, ERROR_SUCCESS, false},
+        {"1 refuse", received, ERROR_CANCELLED, false},
+        {"1 end 0", received, ERROR_CANCELLED, false},
+        {"", canceled, ERROR_CANCELLED, false},
+        {"", onFullDisk, ERROR_DISK_FULL, false},
+        {"", received, ERROR_ACCESS_DENIED, true},
+    };
+    const std::string content = RandomBytes(2000, 7);
+    for (const Case& item : cases)
+        for (const bool before : {true, false}) {
+            SCOPED_TRACE(std::string(item.script) + ", status " + std::to_string(item.status));
+            if (item.readOnly && !before)
+                continue;
+            DeviceLine line(ReadComPair(), item.script);
+            if (before)
+                line.folder.Write("local.bin", "old");
+            if (item.readOnly)
+                SetFileAttributesA(line.LocalPath().c_str(), FILE_ATTRIBUTE_READONLY);
+            ASSERT_TRUE(line.StartReceive(content));
+            EXPECT_EQ(item.end(line), item.status);
+            EXPECT_EQ(line.Received(), item.status == 0 ? content : before ? "old" : "");
+            const bool refused = std::string(item.script) == "1 refuse"; // leaves an empty file
+            const bool there = before || refused || item.status == 0;
+            EXPECT_EQ(line.folder.Names(), there ? "device,local.bin," : "device,");
+            SetFileAttributesA(line.LocalPath().c_str(), FILE_ATTRIBUTE_NORMAL);
+            line.ExpectUsable();
+        }
 }
 
 TEST(Transfer, CancelAndCloseWorkAtEveryMoment) {
