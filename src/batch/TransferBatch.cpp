@@ -80,11 +80,11 @@ void TransferBatch::Begin(const char* list, bool image, std::uint64_t bytes) {
 
 TransferBatch::Search TransferBatch::FindFile(bool asks) {
     while (!AtEnd()) {
-        if (ValidDeviceName(m_CurrentFile)) {
+        if (ValidDeviceName(m_CurrentFile) && !NamesNoFile(m_CurrentFile)) {
             TakeOwnName();
             return Search::Found;
         }
-        if (asks)
+        if (asks && !NamesNoFile(m_CurrentFile)) // no new name would help
             return Search::WantsName;
         RefuseName();
     }

@@ -1,12 +1,15 @@
 #include "fileops/SmallDialogs.h"
 
+#include "base/FileNames.h"
+#include "base/Text.h"
 #include "link/codec/DeviceName.h"
-#include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
+
+#include <cwchar>
 
 namespace {
 
@@ -84,9 +87,14 @@ INT_PTR InitRename(HWND dialog) {
     TerminalOfDialog(dialog).Operation.m_RenameDialog = dialog;
     MakeRoomForText(dialog, IDC_RENAME_TEXT);
     CenterOverTerminal(dialog);
-    const char* const name = BaseName(TerminalOfDialog(dialog).Batch.m_CurrentFile);
-    SetDlgItemTextA(dialog, IDC_FILE_LINE, name);
-    SetDlgItemTextA(dialog, IDC_NEW_NAME, name);
+    char path[MAX_PATH];
+    wchar_t longPath[MAX_PATH];
+    CopyText(path, TerminalOfDialog(dialog).Batch.m_CurrentFile);
+    WidenPath(path, longPath); // the name that the user knows
+    const wchar_t* const backslash = std::wcsrchr(longPath, L'\\');
+    const wchar_t* const name = backslash ? backslash + 1 : longPath;
+    SetDlgItemTextW(dialog, IDC_FILE_LINE, name);
+    SetDlgItemTextW(dialog, IDC_NEW_NAME, name);
     SendDlgItemMessageA(dialog, IDC_NEW_NAME, EM_SETSEL, 0, -1);
     SetFocus(GetDlgItem(dialog, IDC_NEW_NAME));
     return FALSE;

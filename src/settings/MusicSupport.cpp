@@ -113,12 +113,12 @@ std::int32_t MatchingRow(const TermSettings& settings, const char* path) {
 // True when the path stays one argument between quotes: a quote would end it, and a backslash
 // before the closing quote would make that one a part of it.
 bool StaysOneArgument(const char* path) {
-    return !std::strchr(path, '"') && path[0] && path[std::strlen(path) - 1] != '\\';
+    return !std::strchr(path, '"') && *BaseName(path);
 }
 
 // A list of a file that cannot exist, under the name of the file that cannot be converted.
 template <std::size_t Size> void MakeMissing(char (&output)[Size], const char* source) {
-    FormatText(output, "?\\%s", BaseName(source));
+    FormatText(output, "|\\%s", BaseName(source));
     EndAsList(output);
 }
 

@@ -40,8 +40,8 @@ constexpr Switch Switches[] = {
     {IDC_SHOW_PROGRESS, &TermSettings::m_ShowProgress},
 };
 
-constexpr char WaveFiles[] = "Wav Files (*.wav)\0*.wav\0All Files (*.*)\0*.*\0";
-constexpr char LogFiles[] = "Log Files (*.log)\0*.log\0All Files (*.*)\0*.*\0";
+constexpr wchar_t WaveFiles[] = L"Wav Files (*.wav)\0*.wav\0All Files (*.*)\0*.*\0";
+constexpr wchar_t LogFiles[] = L"Log Files (*.log)\0*.log\0All Files (*.*)\0*.*\0";
 
 enum SoundImage { SilentImage, SoundingImage };
 
@@ -187,30 +187,32 @@ INT_PTR OnSoundTyped(HWND dialog) {
 }
 
 // Lets the user choose a file for an edit field, over the terminal's window, too.
-INT_PTR Browse(HWND dialog, int edit, const OPENFILENAMEA& settings) {
+INT_PTR Browse(HWND dialog, int edit, const OPENFILENAMEW& settings) {
     const HWND terminal = GetParent(dialog);
     char path[MAX_PATH];
     GetDlgItemTextA(dialog, edit, path, MAX_PATH);
     const ModalScope scope(TerminalOfDialog(dialog));
     const bool wasHeld = EnableWindow(terminal, FALSE) != 0;
-    const bool chosen = ChoosePath(settings, &GetOpenFileNameA, path);
+    const Choice choice = ChoosePath(settings, &GetOpenFileNameW, Spelling::MayBeShort, path);
     if (!wasHeld)
         EnableWindow(terminal, TRUE);
-    if (chosen)
+    if (choice == Choice::Made)
         SetDlgItemTextA(dialog, edit, path);
+    else if (choice == Choice::Unspeakable)
+        TerminalOfDialog(dialog).SetStatusText("Wrong file name");
     return TRUE;
 }
 
 INT_PTR BrowseSound(HWND dialog) {
-    OPENFILENAMEA settings = FileDialog(dialog, "Open Wav File", WaveFiles, nullptr, MAX_PATH);
-    settings.lpstrDefExt = "wav";
+    OPENFILENAMEW settings = FileDialog(dialog, L"Open Wav File", WaveFiles);
+    settings.lpstrDefExt = L"wav";
     settings.Flags |= OFN_FILEMUSTEXIST;
     return Browse(dialog, IDC_SOUND_FILE, settings);
 }
 
 INT_PTR BrowseLog(HWND dialog) {
-    OPENFILENAMEA settings = FileDialog(dialog, "Open Log File", LogFiles, nullptr, MAX_PATH);
-    settings.lpstrDefExt = "log";
+    OPENFILENAMEW settings = FileDialog(dialog, L"Open Log File", LogFiles);
+    settings.lpstrDefExt = L"log";
     return Browse(dialog, IDC_LOG_FILE, settings);
 }
 

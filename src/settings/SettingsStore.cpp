@@ -241,10 +241,11 @@ void ZoTerm::SaveSettings() {
 
     const auto count = SendMessageA(m_hCommand, CB_GETCOUNT, 0, 0);
     for (std::uint32_t i = 0; i < HistoryLines && static_cast<LRESULT>(i) < count; ++i) {
-        char line[LineRoom];
-        if (SendMessageA(m_hCommand, CB_GETLBTEXTLEN, i, 0) >= static_cast<LRESULT>(LineRoom))
+        char line[2 * LineRoom]; // a length may be announced twice as large as it is
+        if (SendMessageA(m_hCommand, CB_GETLBTEXTLEN, i, 0) >= static_cast<LRESULT>(sizeof(line)))
             continue;
         SendMessageA(m_hCommand, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));
-        WriteStringSetting(key.get(), HistoryName(i).text, line);
+        if (std::strlen(line) < LineRoom)
+            WriteStringSetting(key.get(), HistoryName(i).text, line);
     }
 }

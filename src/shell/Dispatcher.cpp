@@ -3,7 +3,7 @@
 
 #include "shell/Dispatcher.h"
 
-#include "link/codec/PackedList.h"
+#include "base/FileNames.h"
 #include "shell/TerminalLife.h"
 #include "terminal/DispatcherRequest.h"
 #include "terminal/ZoTerm.h"
@@ -11,8 +11,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <memory>
-#include <new>
 
 namespace {
 
@@ -24,23 +22,15 @@ constexpr int TitleRoom = 256;
 ZoTerm* TerminalTable[MostTerminals];
 std::uint32_t TerminalCount;
 
-// A list that cannot be had is as one that is refused.
-void SendNamedFiles(ZoTerm& terminal, const FileNames& files) {
-    const std::size_t size = PackedListSize(files.count, files.names);
-    const std::unique_ptr<char[]> list(new (std::nothrow) char[size]);
-    if (list && PackList(files.count, files.names, list.get(), size))
-        terminal.StartSendList(list.get(), size);
-}
-
 LRESULT OnCreate(HWND dispatcher, const CREATESTRUCTA& creation) {
     TerminalTable[0] = CreateTerminal(dispatcher, 0);
     TerminalCount = 1;
     if (!TerminalTable[0])
         return -1;
     ShowTerminal(*TerminalTable[0], true);
-    const auto& files = *static_cast<const FileNames*>(creation.lpCreateParams);
-    if (files.count > 0)
-        SendNamedFiles(*TerminalTable[0], files);
+    const auto* const files = static_cast<const PathList*>(creation.lpCreateParams);
+    if (files && files->Count() > 0)
+        TerminalTable[0]->StartSendList(files->List(), files->Size());
     return 0;
 }
 
@@ -103,7 +93,7 @@ LRESULT CALLBACK DispatcherWindowProc(HWND window, UINT message, WPARAM wParam, 
 
 } // namespace
 
-HWND CreateDispatcher(HINSTANCE instance, FileNames files) {
+HWND CreateDispatcher(HINSTANCE instance, const PathList* files) {
     std::fill(std::begin(TerminalTable), std::end(TerminalTable), nullptr);
     WNDCLASSA dispatcher = {};
     dispatcher.lpfnWndProc = &DispatcherWindowProc;
@@ -111,5 +101,5 @@ HWND CreateDispatcher(HINSTANCE instance, FileNames files) {
     dispatcher.lpszClassName = DispatcherClassName;
     RegisterClassA(&dispatcher);
     return CreateWindowExA(0, DispatcherClassName, "", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr,
-                           instance, &files);
+                           instance, const_cast<PathList*>(files)); // only read
 }

@@ -1,7 +1,6 @@
 #include "shell/Forwarding.h"
 
-#include "base/Owned.h"
-#include "link/codec/PackedList.h"
+#include "base/FileNames.h"
 #include "terminal/ZoTerm.h"
 
 #include <cstring>
@@ -27,9 +26,7 @@ static_assert(sizeof(ForwardRequest) == sizeof(COPYDATASTRUCT) &&
 // What the start hands on, and the threads that do it. One wait covers MAXIMUM_WAIT_OBJECTS
 // threads; when so many run, they are waited for before the next starts.
 struct Forwarder {
-    int nameCount;
-    const char* const* names;
-    std::size_t listSize;
+    const PathList* files;
     HANDLE ForwardThreads[MAXIMUM_WAIT_OBJECTS];
     DWORD ForwardCount;
     bool forwarded;
@@ -48,14 +45,15 @@ DWORD WINAPI ForwardThreadProc(void* parameter) {
 // Null when memory is exhausted.
 ForwardRequest* MakeRequest(const Forwarder& forwarder, HWND target) {
     auto* request = new (std::nothrow) ForwardRequest;
-    auto* list = new (std::nothrow) char[forwarder.listSize];
+    const std::size_t size = forwarder.files->Size();
+    auto* list = new (std::nothrow) char[size];
     if (!request || !list) {
         delete request;
         delete[] list;
         return nullptr;
     }
-    PackList(forwarder.nameCount, forwarder.names, list, forwarder.listSize);
-    *request = {target, static_cast<DWORD>(forwarder.listSize), list};
+    std::memcpy(list, forwarder.files->List(), size);
+    *request = {target, static_cast<DWORD>(size), list};
     return request;
 }
 
@@ -96,7 +94,7 @@ BOOL CALLBACK FindRunningTerminal(HWND window, LPARAM parameter) {
         std::strcmp(className, TerminalClassName) != 0)
         return TRUE;
     SetForegroundWindow(window);
-    if (forwarder.nameCount < 1)
+    if (forwarder.files->Count() == 0)
         return FALSE;
     ForwardTo(forwarder, window);
     return TRUE;
@@ -104,12 +102,9 @@ BOOL CALLBACK FindRunningTerminal(HWND window, LPARAM parameter) {
 
 } // namespace
 
-StartKind ForwardFiles(int argumentCount, const char* const* arguments) {
+StartKind ForwardFiles(const PathList& files) {
     Forwarder forwarder = {};
-    forwarder.nameCount = argumentCount - 1;
-    forwarder.names = arguments + 1;
-    forwarder.listSize =
-        forwarder.nameCount > 0 ? PackedListSize(forwarder.nameCount, forwarder.names) : 1;
+    forwarder.files = &files;
     EnumWindows(&FindRunningTerminal, reinterpret_cast<LPARAM>(&forwarder));
     AwaitThreads(forwarder);
     if (!forwarder.forwarded)

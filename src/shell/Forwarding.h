@@ -1,5 +1,7 @@
 #pragma once
 
+class PathList;
+
 // What a start of the program does about terminals that run already.
 enum class StartKind {
     Instance,      // run as an instance of its own
@@ -7,7 +9,7 @@ enum class StartKind {
     ForwardedSome, // at least one refused them: end with 1
 };
 
-// Looks for terminal windows of any process. With file names (arguments 1 and up) every one of
-// them gets the whole list, and this returns when all have answered, however long that takes.
-// Without, the first one found comes to the foreground.
-StartKind ForwardFiles(int argumentCount, const char* const* arguments);
+// Looks for terminal windows of any process. With files every one of them gets the whole list, and
+// this returns when all have answered, however long that takes. Without, the first one found comes
+// to the foreground.
+StartKind ForwardFiles(const PathList& files);

@@ -1,5 +1,7 @@
 // Process entry: hand files to running terminals and end, or run as an instance of its own.
 
+#include "base/FileNames.h"
+#include "link/codec/CodePage.h"
 #include "resources/resource.h"
 #include "shell/Dispatcher.h"
 #include "shell/Forwarding.h"
@@ -7,17 +9,47 @@
 
 #include <windows.h>
 
-#include <cstdlib>
+#include <shellapi.h>
+
+extern "C" int _dowildcard; // of the runtime
+int _dowildcard = 0;        // a name with a wildcard is nobody's: no file is sent unasked
+
+namespace {
+
+// The system's code page, whose texts the program works with.
+void ReadCodePage() {
+    CPINFO info = {};
+    if (GetCPInfo(CP_ACP, &info))
+        UseCodePage(info.LeadByte, GetACP() == CP_UTF8);
+}
+
+// Arguments 1 and up. A name means a file of this start's folder, whoever gets it. False without
+// memory for all of them.
+bool ReadArguments(PathList& files) {
+    int count = 0;
+    wchar_t** const arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+    bool read = arguments != nullptr;
+    for (int i = 1; i < count; ++i)
+        read = files.Add(arguments[i]) && read;
+    LocalFree(arguments);
+    return read;
+}
+
+} // namespace
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
     // What is loaded later comes from the system's folder, never from where the user stands.
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
 
-    const StartKind start = ForwardFiles(__argc, __argv);
+    ReadCodePage();
+    PathList files;
+    if (!ReadArguments(files))
+        return 1;
+    const StartKind start = ForwardFiles(files);
     if (start != StartKind::Instance)
         return start == StartKind::ForwardedAll ? 0 : 1;
 
-    const HWND dispatcher = CreateDispatcher(instance, {__argc - 1, __argv + 1});
+    const HWND dispatcher = CreateDispatcher(instance, &files);
     if (!dispatcher)
         return 0;
     PrepareMessageLoop(dispatcher, LoadAcceleratorsA(instance, MAKEINTRESOURCEA(IDR_ACCELERATORS)));

@@ -1,9 +1,12 @@
 // The command box: one line to send at a time, and a history of the last ones.
 
+#include "link/codec/CodePage.h"
 #include "resources/resource.h"
 #include "terminal/MessageLoop.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
+
+#include <cstring>
 
 namespace {
 
@@ -48,6 +51,7 @@ void ZoTerm::SubclassCommandEdit() {
 LRESULT ZoTerm::SendTypedLine() {
     char line[LineRoom] = {};
     GetWindowTextA(m_hCommand, line, LineRoom);
+    line[WholeCharacters(line, std::strlen(line))] = '\0'; // the box may hold more bytes
     SetWindowTextA(m_hCommand, "");
     if (line[0])
         RememberLine(line);

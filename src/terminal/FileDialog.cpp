@@ -4,9 +4,9 @@
 
 #include <cderr.h>
 
-OPENFILENAMEA FileDialog(HWND owner, const char* title, const char* filters, char* file,
+OPENFILENAMEW FileDialog(HWND owner, const wchar_t* title, const wchar_t* filters, wchar_t* file,
                          DWORD room) {
-    OPENFILENAMEA dialog = {};
+    OPENFILENAMEW dialog = {};
     dialog.lStructSize = sizeof(dialog);
     dialog.hwndOwner = owner;
     dialog.lpstrTitle = title;
@@ -18,18 +18,26 @@ OPENFILENAMEA FileDialog(HWND owner, const char* title, const char* filters, cha
     return dialog;
 }
 
-bool RunFileDialog(OPENFILENAMEA& dialog, FileDialogKind run) {
+bool RunFileDialog(OPENFILENAMEW& dialog, FileDialogKind run) {
     if (run(&dialog))
         return true;
     if (CommDlgExtendedError() != FNERR_INVALIDFILENAME)
         return false;
-    dialog.lpstrFile[0] = '\0';
+    dialog.lpstrFile[0] = L'\0';
     return run(&dialog) != FALSE;
 }
 
-bool ChoosePath(OPENFILENAMEA dialog, FileDialogKind run, char (&path)[MAX_PATH]) {
-    char chosen[MAX_PATH];
-    CopyText(chosen, path);
+Choice ChoosePath(OPENFILENAMEW dialog, FileDialogKind run, Spelling spelling,
+                  char (&path)[MAX_PATH]) {
+    wchar_t chosen[MAX_PATH];
+    char narrow[MAX_PATH];
+    WidenPath(path, chosen);
     dialog.lpstrFile = chosen;
-    return RunFileDialog(dialog, run) && CopyText(path, chosen);
+    dialog.nMaxFile = MAX_PATH;
+    if (!RunFileDialog(dialog, run))
+        return Choice::None;
+    if (!NarrowPath(chosen, spelling, narrow))
+        return Choice::Unspeakable;
+    CopyText(path, narrow);
+    return Choice::Made;
 }

@@ -1,112 +1,121 @@
 // Where the lists of files come from: dialogs, drops, the command line and other starts.
 
+#include "base/FileNames.h"
 #include "base/Text.h"
-#include "link/codec/PackedList.h"
 #include "terminal/FileDialog.h"
 #include "terminal/ModalScope.h"
 #include "terminal/ZoTerm.h"
 
-#include <algorithm>
 #include <cstring>
+#include <cwchar>
 #include <memory>
 #include <new>
 
 namespace {
 
 constexpr std::uint32_t EntryRoom = MAX_PATH;
-constexpr std::uint32_t SelectionRoom = 0x10000; // characters of a selection of several files
-constexpr DWORD OneName = MAX_PATH - 1;          // the list's own end follows
-constexpr char AllFiles[] = "All Files (*.*)\0*.*\0";
-constexpr char BootFiles[] = "Boot Files (*.boot)\0*.boot\0All Files (*.*)\0*.*\0";
+constexpr DWORD SelectionRoom = 0x10000; // characters of a selection of several files
+constexpr wchar_t AllFiles[] = L"All Files (*.*)\0*.*\0";
+constexpr wchar_t BootFiles[] = L"Boot Files (*.boot)\0*.boot\0All Files (*.*)\0*.*\0";
+constexpr char WrongName[] = "Wrong file name";
 
-using Buffer = std::unique_ptr<char[]>;
+using WideBuffer = std::unique_ptr<wchar_t[]>;
 
-Buffer MakeBuffer(std::size_t size) {
-    return Buffer(new (std::nothrow) char[size]());
+WideBuffer MakeBuffer(std::size_t characters) {
+    return WideBuffer(new (std::nothrow) wchar_t[characters]());
 }
 
-// A dialog for one file. The field stays a list of one name.
-bool ChooseOne(ZoTerm& terminal, const OPENFILENAMEA& dialog, FileDialogKind run,
+// A dialog for one file. The field stays a list of one name, which leaves room for its end.
+bool ChooseOne(ZoTerm& terminal, const OPENFILENAMEW& dialog, FileDialogKind run, Spelling spelling,
                char (&field)[MAX_PATH]) {
     const ModalScope scope(terminal);
-    const bool chosen = ChoosePath(dialog, run, field);
+    char path[MAX_PATH];
+    CopyText(path, field);
+    const Choice choice = ChoosePath(dialog, run, spelling, path);
+    const bool fits = std::strlen(path) + 2 <= MAX_PATH;
+    if (choice == Choice::Made && fits)
+        CopyText(field, path);
     EndAsList(field);
-    return chosen;
+    if (choice == Choice::Unspeakable || !fits)
+        terminal.SetStatusText(WrongName);
+    return choice == Choice::Made && fits && terminal.TakesLists();
 }
 
-// Turns a dialog's folder followed by file names into paths. Null without memory, or when a path
-// would not fit an entry.
-Buffer JoinedPaths(const char* folder, std::size_t& size) {
-    const char* const names = NextName(folder);
-    const std::size_t room = CountNames(names) * EntryRoom + 1;
-    Buffer list = MakeBuffer(room);
-    if (!list)
-        return nullptr;
-    const std::size_t folderLength = std::strlen(folder);
-    const bool root = folderLength > 0 && folder[folderLength - 1] == '\\';
-    char* at = list.get();
-    for (const char* name = names; *name; name = NextName(name)) {
-        char path[EntryRoom];
-        if (!FormatText(path, "%s%s%s", folder, root ? "" : "\\", name))
-            return nullptr;
-        std::memcpy(at, path, std::strlen(path) + 1);
-        at += std::strlen(path) + 1;
+const wchar_t* NextWide(const wchar_t* name) {
+    return name + std::wcslen(name) + 1;
+}
+
+// What a dialog has chosen: one path, or a folder followed by file names.
+bool AddChosen(PathList& list, const wchar_t* chosen) {
+    const wchar_t* name = NextWide(chosen);
+    if (!*name)
+        return list.Add(chosen);
+    const std::size_t folder = std::wcslen(chosen);
+    const bool root = folder > 0 && chosen[folder - 1] == L'\\';
+    for (; *name; name = NextWide(name)) {
+        const std::size_t room = folder + std::wcslen(name) + 2;
+        const WideBuffer path = MakeBuffer(room);
+        if (!path)
+            return false;
+        std::swprintf(path.get(), room, L"%ls%ls%ls", chosen, root ? L"" : L"\\", name);
+        if (!list.Add(path.get()))
+            return false;
     }
-    size = static_cast<std::size_t>(at - list.get()) + 1;
-    return list;
+    return true;
 }
 
 } // namespace
 
 // The dialog writes into a buffer of its own: another start may bring a list while it is open.
 bool ZoTerm::ChooseSendFiles() {
-    const std::uint32_t room = std::max(Batch.m_FileListSize, SelectionRoom);
-    const Buffer chosen = MakeBuffer(room);
+    const WideBuffer chosen = MakeBuffer(SelectionRoom);
     if (!chosen)
         return false;
-    std::memcpy(chosen.get(), Batch.m_FileList, std::strlen(Batch.m_FileList) + 1);
-    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Send File(s)", AllFiles, chosen.get(), room - 1);
+    char first[MAX_PATH];
+    wchar_t offered[MAX_PATH];
+    CopyText(first, Batch.m_FileList);
+    WidenPath(first, offered);
+    std::wmemcpy(chosen.get(), offered, std::wcslen(offered) + 1);
+    OPENFILENAMEW dialog =
+        FileDialog(m_hWnd, L"Send File(s)", AllFiles, chosen.get(), SelectionRoom - 1);
     dialog.Flags |= OFN_FILEMUSTEXIST | OFN_ALLOWMULTISELECT;
     const ModalScope scope(*this);
-    if (!RunFileDialog(dialog, &GetOpenFileNameA) || !TakesLists())
+    if (!RunFileDialog(dialog, &GetOpenFileNameW) || !TakesLists())
         return false;
+    PathList list;
+    return AddChosen(list, chosen.get()) && TakePaths(list);
+}
 
-    const char* const names = NextName(chosen.get());
-    if (*names == '\0') // one file, as its path
-        return Batch.TakeList(chosen.get(), std::strlen(chosen.get()) + 2, 0);
-    std::size_t size = 0;
-    const Buffer paths = JoinedPaths(chosen.get(), size);
-    return paths && Batch.TakeList(paths.get(), size, (CountNames(chosen.get())) * EntryRoom);
+bool ZoTerm::TakePaths(const PathList& list) {
+    return list.Count() > 0 && Batch.TakeList(list.List(), list.Size(), list.Count() * EntryRoom);
 }
 
 bool ZoTerm::ChooseBootFile() {
-    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Boot File", BootFiles, nullptr, OneName);
-    dialog.lpstrDefExt = "boot";
+    OPENFILENAMEW dialog = FileDialog(m_hWnd, L"Boot File", BootFiles);
+    dialog.lpstrDefExt = L"boot";
     dialog.Flags |= OFN_FILEMUSTEXIST;
-    return ChooseOne(*this, dialog, &GetOpenFileNameA, Settings.m_BootFile) && TakesLists();
+    return ChooseOne(*this, dialog, &GetOpenFileNameW, Spelling::Exact, Settings.m_BootFile);
 }
 
 bool ZoTerm::ChooseImageFile() {
-    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Image File", AllFiles, nullptr, OneName);
+    OPENFILENAMEW dialog = FileDialog(m_hWnd, L"Image File", AllFiles);
     dialog.Flags |= OFN_FILEMUSTEXIST;
-    return ChooseOne(*this, dialog, &GetOpenFileNameA, Settings.m_ImageFile) && TakesLists();
+    return ChooseOne(*this, dialog, &GetOpenFileNameW, Spelling::MayBeShort, Settings.m_ImageFile);
 }
 
 bool ZoTerm::ChooseReceiveFile() {
-    const OPENFILENAMEA dialog = FileDialog(m_hWnd, "Receive File", AllFiles, nullptr, OneName);
-    return ChooseOne(*this, dialog, &GetSaveFileNameA, Settings.m_ReceiveFile) && TakesLists();
+    return ChooseOne(*this, FileDialog(m_hWnd, L"Receive File", AllFiles), &GetSaveFileNameW,
+                     Spelling::Exact, Settings.m_ReceiveFile);
 }
 
 bool ZoTerm::TakeDroppedFiles(HDROP drop) {
-    const UINT count = DragQueryFileA(drop, 0xFFFFFFFF, nullptr, OneName);
-    std::size_t size = 1;
-    for (UINT i = 0; i < count; ++i)
-        size += DragQueryFileA(drop, i, nullptr, 0) + 1;
-    const Buffer list = MakeBuffer(size);
-    if (!list || count == 0)
-        return false;
-    std::size_t at = 0;
-    for (UINT i = 0; i < count; ++i)
-        at += DragQueryFileA(drop, i, list.get() + at, static_cast<UINT>(size - at)) + 1;
-    return Batch.TakeList(list.get(), size, std::size_t{count} * EntryRoom);
+    const UINT count = DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
+    PathList list;
+    for (UINT i = 0; i < count; ++i) {
+        const UINT room = DragQueryFileW(drop, i, nullptr, 0) + 1;
+        const WideBuffer path = MakeBuffer(room);
+        if (!path || !DragQueryFileW(drop, i, path.get(), room) || !list.Add(path.get()))
+            return false;
+    }
+    return TakePaths(list);
 }

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr char MacrosFiles[] = "Macros Files (*.txt)\0*.txt\0All Files (*.*)\0*.*\0";
+constexpr wchar_t MacrosFiles[] = L"Macros Files (*.txt)\0*.txt\0All Files (*.*)\0*.*\0";
 constexpr int MacrosMenu = 4;          // its place in the menu bar
 constexpr UINT Separator = 1;          // its place in the Macros menu, behind Load Macros
 constexpr unsigned KeyedItems = 10;    // items with a key, Alt+1 to Alt+9 and Alt+0
@@ -64,11 +64,15 @@ void RemoveItems(HMENU menu) {
 } // namespace
 
 bool ZoTerm::ChooseMacrosFile() {
-    OPENFILENAMEA dialog = FileDialog(m_hWnd, "Load Macros", MacrosFiles, nullptr, MAX_PATH);
-    dialog.lpstrDefExt = "TXT";
+    OPENFILENAMEW dialog = FileDialog(m_hWnd, L"Load Macros", MacrosFiles);
+    dialog.lpstrDefExt = L"TXT";
     dialog.Flags |= OFN_FILEMUSTEXIST;
     const ModalScope scope(*this);
-    return ChoosePath(dialog, &GetOpenFileNameA, Settings.m_MacrosFile);
+    const Choice choice =
+        ChoosePath(dialog, &GetOpenFileNameW, Spelling::MayBeShort, Settings.m_MacrosFile);
+    if (choice == Choice::Unspeakable)
+        SetStatusText("Wrong file name");
+    return choice == Choice::Made;
 }
 
 bool ZoTerm::BuildMacrosMenu() {

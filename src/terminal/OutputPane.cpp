@@ -1,10 +1,14 @@
 // The output pane, and the way of the device's text from the link into pane, log and gauge.
 
+#include "link/codec/CodePage.h"
 #include "terminal/Module.h"
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -12,6 +16,7 @@ constexpr std::uint32_t ChunkSize = 255;    // bytes taken from the link at a ti
 constexpr std::uint32_t DrainLimit = 16384; // bytes of one drain; the next follows by message
 constexpr DWORD AppendPeriod = 30;          // ms between appends to the pane
 constexpr UINT GaugePeriod = 100;           // ms
+constexpr int BehindAllText = INT_MAX;      // a position: the control takes its end for it
 constexpr std::uint32_t GaugeRestarts = 10;
 
 } // namespace
@@ -64,27 +69,44 @@ void ZoTerm::ShowPortOutput() {
     RestartGaugeTimer();
 }
 
-// The pane is a text control and cannot hold NULs; what does not fit into it is not shown.
+// The pane is a text control and cannot hold NULs; what does not fit into it is not shown. A
+// character whose last bytes have not come yet waits for them.
 void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
-    for (std::uint32_t i = 0; i < count && m_PaneTextCount < PaneLimit; ++i)
-        if (bytes[i])
-            m_PaneText[m_PaneTextCount++] = bytes[i];
+    char text[sizeof(m_SplitCharacter) + DrainLimit];
+    wchar_t wide[std::size(text)];
+    std::memcpy(text, m_SplitCharacter, m_SplitCount);
+    std::memcpy(text + m_SplitCount, bytes, count);
+    const std::uint32_t size = m_SplitCount + count;
+    const auto whole = static_cast<std::uint32_t>(WholeCharacters(text, size));
+    m_SplitCount = size - whole;
+    std::memcpy(m_SplitCharacter, text + whole, m_SplitCount);
+
+    const int length = MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(whole), wide,
+                                           static_cast<int>(std::size(wide)));
+    for (int i = 0; i < length && m_PaneTextCount < PaneLimit; ++i)
+        if (wide[i])
+            m_PaneText[m_PaneTextCount++] = wide[i];
 }
 
-// Appends what is queued, as one text: a control's append costs much the same for any length.
+// Appends what is queued, as one text: a control's append costs much the same for any length. The
+// control itself is asked where its text ends, since its length may be counted in bytes.
 void ZoTerm::FlushPaneText() {
     if (m_PaneTimerRuns)
         KillTimer(m_hWnd, PaneTimerId);
     m_PaneTimerRuns = false;
+    if (m_PaneTextCount == 0)
+        return;
 
-    const auto length = static_cast<std::uint32_t>(GetWindowTextLengthA(m_hOutput));
-    const std::uint32_t shown = std::min(m_PaneTextCount, PaneLimit - std::min(length, PaneLimit));
+    DWORD end = 0;
+    SendMessageW(m_hOutput, EM_SETSEL, BehindAllText, BehindAllText);
+    SendMessageW(m_hOutput, EM_GETSEL, 0, reinterpret_cast<LPARAM>(&end));
+    const std::uint32_t shown =
+        std::min(m_PaneTextCount, PaneLimit - std::min<std::uint32_t>(end, PaneLimit));
     m_PaneTextCount = 0;
     if (shown == 0)
         return;
-    m_PaneText[shown] = '\0';
-    SendMessageA(m_hOutput, EM_SETSEL, length, length);
-    SendMessageA(m_hOutput, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(m_PaneText));
+    m_PaneText[shown] = L'\0';
+    SendMessageW(m_hOutput, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(m_PaneText));
     m_PaneAppendedAt = GetTickCount64();
 }
 

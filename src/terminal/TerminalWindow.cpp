@@ -51,7 +51,7 @@ LRESULT CALLBACK TerminalClassProc(HWND window, UINT message, WPARAM wParam, LPA
 
 bool ZoTerm::MakeParts() {
     Port = CreateComPort();
-    m_PaneText = static_cast<char*>(std::calloc(PaneLimit + 1, 1));
+    m_PaneText = static_cast<wchar_t*>(std::calloc(PaneLimit + 1, sizeof(wchar_t)));
     return Port && m_PaneText && Batch.Allocate();
 }
 

@@ -36,6 +36,7 @@ enum class Activity {
 enum LineTag : std::uint32_t { LineSilent = 0, LineAloud = 1, FirstOwnTag = 16 };
 
 struct Conversion;
+class PathList;
 
 // The running file operation, with its dialog.
 struct FileOperationState {
@@ -194,6 +195,7 @@ private:
     bool ChooseImageFile();
     bool ChooseReceiveFile();
     bool TakeDroppedFiles(HDROP drop); // into the batch's list
+    bool TakePaths(const PathList& list);
 
     // Controls and layout (Controls.cpp). CreateControls answers zero when one is missing.
     bool CreateControls(HWND window);
@@ -282,8 +284,10 @@ private:
     HBITMAP m_BandBitmap = nullptr; // background of the rebar's band
 
     // Text on its way into the pane, joined until the next append is due.
-    char* m_PaneText = nullptr; // PaneLimit + 1 characters
+    wchar_t* m_PaneText = nullptr; // PaneLimit + 1 characters
     std::uint32_t m_PaneTextCount = 0;
+    char m_SplitCharacter[4] = {}; // the beginning of one, whose end has not come
+    std::uint32_t m_SplitCount = 0;
     std::uint64_t m_PaneAppendedAt = 0; // GetTickCount64 of the last append
     bool m_PaneTimerRuns = false;
 

@@ -57,7 +57,7 @@ TEST_F(Batch, WrongAndFailedFilesHaveRecordsButNoNames) {
 }
 
 TEST_F(Batch, AskedNameMustBeValidAndIsForOneFileOnly) {
-    Start("C:\\my song!|C:\\no no|C:\\good|");
+    Start("C:\\my song!|C:\\no file at all?\\x|C:\\no no|C:\\good|");
     EXPECT_EQ(FindFile(true), Search::WantsName);
     EXPECT_FALSE(CopyText(m_DeviceFileName, "folder\\still bad?") && Rename());
     EXPECT_EQ(FindFile(true), Search::WantsName) << "nothing is decided yet";
@@ -65,7 +65,7 @@ TEST_F(Batch, AskedNameMustBeValidAndIsForOneFileOnly) {
     Send(4);
     EXPECT_EQ(FindFile(true), Search::WantsName);
     RefuseName();
-    EXPECT_EQ(SendAll(), "1/2/4 65532/0/0 1/2/1 renamed.txt,good,");
+    EXPECT_EQ(SendAll(), "1/2/4 65532/0/0 65532/0/0 1/2/1 renamed.txt,good,");
 }
 
 TEST_F(Batch, NothingOfACanceledOneIsLeftToTheNext) {

@@ -1,5 +1,6 @@
-// The wire's codecs: checksum, reply lines, terminal text, packed lists.
+// The wire's codecs: checksum, reply lines, terminal text, characters.
 
+#include "link/codec/CodePage.h"
 #include "link/codec/CommandSum.h"
 #include "link/codec/PackedList.h"
 #include "link/codec/ReplyLine.h"
@@ -33,13 +34,6 @@ std::string Appended(const std::string& bytes, std::uint32_t size, std::uint8_t*
     if (answer)
         *answer = seen;
     return std::string(store.begin(), store.begin() + buffer.count);
-}
-
-std::string Packed(const std::vector<const char*>& names) {
-    const int count = static_cast<int>(names.size());
-    std::string list(PackedListSize(count, names.data()), '#');
-    EXPECT_TRUE(PackList(count, names.data(), list.data(), list.size()));
-    return list;
 }
 
 } // namespace
@@ -141,15 +135,22 @@ TEST(TerminalText, TakingLeavesTheRestAtTheFront) {
     EXPECT_EQ(TakeFront(buffer, out, 255), 0U);
 }
 
-TEST(PackedList, NamesInOrderEndedByAnEmptyOne) {
-    EXPECT_EQ(Packed({"a.txt", "C:\\b c.bin"}), std::string("a.txt\0C:\\b c.bin\0\0", 18));
-    EXPECT_EQ(Packed({"", "x", ""}), std::string("x\0\0", 3));
-    EXPECT_EQ(Packed({}), std::string("\0", 1));
-}
-
-TEST(PackedList, ListThatDoesNotFitIsRefusedWhole) {
-    const char* names[] = {"first", "second"};
-    std::string list(13, '#');
-    EXPECT_FALSE(PackList(2, names, list.data(), list.size()));
-    EXPECT_EQ(list, std::string(13, '#'));
+TEST(CodePage, CharactersOfSeveralBytesStayWhole) {
+    constexpr unsigned char japanese[] = {0x81, 0x9F, 0xE0, 0xFC, 0, 0};
+    constexpr unsigned char none[] = {0, 0};
+    UseCodePage(japanese, false);
+    EXPECT_STREQ(BaseName("C:\\a\\\x95\x5C.txt"), "\x95\x5C.txt") << "no backslash";
+    EXPECT_STREQ(BaseName("\x95\x5C\\b"), "b");
+    EXPECT_STREQ(BaseName("\\\x95"), "\x95") << "cut in the middle";
+    EXPECT_EQ(WholeCharacters("a\x95\x5C", 3), 3U);
+    EXPECT_EQ(WholeCharacters("a\x95\x95", 3), 3U);
+    EXPECT_EQ(WholeCharacters("\x95\x95\x95", 3), 2U);
+    UseCodePage(none, true);
+    const std::string text = "a\xC3\xA4\xE6\x97\xA5\xF0\x9F\x98\x80";
+    const std::size_t whole[] = {0, 1, 1, 3, 3, 3, 6, 6, 6, 6, 10};
+    for (std::size_t count = 0; count <= text.size(); ++count)
+        EXPECT_EQ(WholeCharacters(text.c_str(), count), whole[count]) << count;
+    EXPECT_EQ(WholeCharacters("\x80\x80\x80\x80\x80", 5), 5U) << "no UTF-8: not waited for";
+    UseCodePage(none, false);
+    EXPECT_EQ(WholeCharacters("\x95", 1), 1U);
 }

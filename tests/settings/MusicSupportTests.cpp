@@ -196,7 +196,7 @@ TEST_F(MusicTest, WhatCannotBeHandedOverIsNotConverted) {
     for (const auto& [source, row] : sources) {
         EXPECT_TRUE(Convert(source));
         EXPECT_EQ(terminal->m_MusicSupportCurrentExtention, row);
-        EXPECT_EQ(Output().substr(0, 2), "?\\") << source;
+        EXPECT_EQ(Output().substr(0, 2), "|\\") << source;
         const HANDLE file = CreateFileA(Output().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                         OPEN_ALWAYS, 0, nullptr);
         EXPECT_EQ(file, INVALID_HANDLE_VALUE) << "there can be no such file";

@@ -1,11 +1,15 @@
 // The dispatcher's table of terminals, and the hand-over of files to running terminals.
 
+#include "base/FileNames.h"
+#include "link/codec/PackedList.h"
 #include "resources/resource.h"
+#include "rig/Files.h"
 #include "rig/Terminal.h"
 #include "shell/Forwarding.h"
 #include "terminal/DispatcherRequest.h"
 
 #include <atomic>
+#include <initializer_list>
 #include <mutex>
 #include <thread>
 
@@ -161,34 +165,71 @@ TEST_F(ShellTest, WindowPlaceIsKeptForTheNextStart) {
     EXPECT_EQ(rect.bottom - rect.top, 320);
 }
 
-TEST(Forwarding, EveryWindowGetsTheWholeListInOrder) {
+// The list of a start that names these files.
+struct Named : PathList {
+    Named(std::initializer_list<const wchar_t*> names) {
+        for (const wchar_t* name : names)
+            EXPECT_TRUE(Add(name));
+    }
+};
+
+TEST(Forwarding, EveryWindowGetsTheWholeListOfFullPathsInOrder) {
     OtherProcess other(3, 1);
+    char here[MAX_PATH] = {};
+    GetCurrentDirectoryA(MAX_PATH, here);
+    const std::string folder = std::string(here) + "\\";
     const std::string longName(300, 'n'); // more than a path may have, and never cut
-    const char* arguments[] = {"ZoConsole.exe", "b.txt", longName.c_str(), "a b.txt"};
-    EXPECT_EQ(ForwardFiles(4, arguments), StartKind::ForwardedAll);
-    const std::string list =
-        std::string("b.txt\0", 6) + longName + std::string("\0a b.txt\0\0", 10);
+    const std::wstring wideName(longName.begin(), longName.end());
+    const Named files = {L"b.txt", wideName.c_str(), L"..\\a b.txt", L"C:\\x.y"};
+    EXPECT_EQ(ForwardFiles(files), StartKind::ForwardedAll);
+    std::string list;
+    for (const std::string& path :
+         {folder + "b.txt", folder + longName,
+          folder.substr(0, folder.rfind('\\', folder.size() - 2) + 1) + "a b.txt",
+          std::string("C:\\x.y"), std::string()})
+        list += path + '\0';
     EXPECT_EQ(other.Lists(), std::vector<std::string>(3, list));
 }
 
 TEST(Forwarding, RefusalIsTold) {
     OtherProcess other(2, 0);
-    const char* arguments[] = {"ZoConsole.exe", "a.txt"};
-    EXPECT_EQ(ForwardFiles(2, arguments), StartKind::ForwardedSome);
+    EXPECT_EQ(ForwardFiles(Named{L"a.txt"}), StartKind::ForwardedSome);
     EXPECT_EQ(other.Lists().size(), 2U);
 }
 
 TEST(Forwarding, MoreWindowsThanOneWaitCovers) {
     OtherProcess other(70, 1);
-    const char* arguments[] = {"ZoConsole.exe", "a.txt"};
-    EXPECT_EQ(ForwardFiles(2, arguments), StartKind::ForwardedAll);
+    EXPECT_EQ(ForwardFiles(Named{L"a.txt"}), StartKind::ForwardedAll);
     EXPECT_EQ(other.Lists().size(), 70U);
 }
 
 TEST(Forwarding, WithoutFilesOrTerminalsTheStartIsAnInstance) {
-    const char* arguments[] = {"ZoConsole.exe", "a.txt"};
-    EXPECT_EQ(ForwardFiles(2, arguments), StartKind::Instance) << "no terminal runs";
+    EXPECT_EQ(ForwardFiles(Named{L"a.txt"}), StartKind::Instance) << "no terminal runs";
     OtherProcess other(1, 1);
-    EXPECT_EQ(ForwardFiles(1, arguments), StartKind::Instance) << "no file is named";
+    EXPECT_EQ(ForwardFiles(Named{L""}), StartKind::Instance) << "no file is named";
     EXPECT_TRUE(other.Lists().empty());
+}
+
+TEST(Names, EveryNameOpensItsFileOrShowsThatItCannot) {
+    const TestFolder folder;
+    const std::filesystem::path root = folder.Path("root");
+    const std::wstring foreign = L"donn\u00e9es-\u03a9-\u65e5\u672c";
+    for (const auto& path : {root / foreign / L"good.txt", root / (foreign + L".txt")}) {
+        std::filesystem::create_directories(path.parent_path());
+        std::ofstream(path, std::ios::binary) << "found";
+        const Named files = {path.c_str()};
+        std::string content;
+        std::ifstream(files.List(), std::ios::binary) >> content;
+        EXPECT_EQ(content, "found") << files.List();
+        wchar_t known[MAX_PATH] = {};
+        WidenPath(files.List(), known);
+        EXPECT_TRUE(known == path.wstring()) << "the name that the user knows";
+    }
+    // A folder's short name leaves the file its own, which is the one on the device.
+    const Named inFolder = {(root / foreign / L"good.txt").c_str()};
+    EXPECT_STREQ(BaseName(inFolder.List()), "good.txt");
+    // No such file has a short name, and a look-alike of a quote would end an argument.
+    const Named unspeakable = {(root / L"no \u65e5.txt").c_str(), L"C:\\a\uff02b.txt"};
+    EXPECT_TRUE(NamesNoFile(unspeakable.List())) << unspeakable.List();
+    EXPECT_STREQ(NextName(unspeakable.List()), "C:\\a?b.txt");
 }

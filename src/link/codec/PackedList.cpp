@@ -1,30 +1,8 @@
 #include "PackedList.h"
 
+#include "CodePage.h"
+
 #include <cstring>
-
-std::size_t PackedListSize(int count, const char* const* names) {
-    std::size_t size = 1;
-    for (int i = 0; i < count; ++i) {
-        const std::size_t length = std::strlen(names[i]);
-        if (length > 0)
-            size += length + 1;
-    }
-    return size;
-}
-
-bool PackList(int count, const char* const* names, char* out, std::size_t capacity) {
-    if (PackedListSize(count, names) > capacity)
-        return false;
-    for (int i = 0; i < count; ++i) {
-        const std::size_t length = std::strlen(names[i]);
-        if (length == 0)
-            continue;
-        std::memcpy(out, names[i], length + 1);
-        out += length + 1;
-    }
-    *out = '\0';
-    return true;
-}
 
 const char* NextName(const char* name) {
     return name + std::strlen(name) + 1;
@@ -44,7 +22,20 @@ std::size_t CheckedListSize(const char* list, std::size_t room) {
     return at < room ? at + 1 : 0;
 }
 
+// A backslash may also be the second byte of a character.
 const char* BaseName(const char* path) {
-    const char* const backslash = std::strrchr(path, '\\');
-    return backslash ? backslash + 1 : path;
+    const char* name = path;
+    for (const char* at = path; *at; ++at)
+        if (*at == '\\')
+            name = at + 1;
+        else if (IsLeadByte(*at) && at[1])
+            ++at;
+    return name;
+}
+
+bool NamesNoFile(const char* path) {
+    constexpr char VerbatimPrefix[] = "\\\\?\\";
+    constexpr std::size_t length = sizeof(VerbatimPrefix) - 1;
+    const bool verbatim = std::strncmp(path, VerbatimPrefix, length) == 0;
+    return std::strpbrk(verbatim ? path + length : path, "*?") != nullptr;
 }
