@@ -64,6 +64,12 @@ HWND ToolbarOf(const ZoTerm& terminal) {
 }
 
 // The part is drawn by its owner, so its text is a number.
+std::string StatusTextOf(const ZoTerm& terminal) {
+    char text[300] = {};
+    SendMessageA(StatusBarOf(terminal), SB_GETTEXTA, 0, reinterpret_cast<LPARAM>(text));
+    return text;
+}
+
 std::uint32_t GaugeOf(const ZoTerm& terminal) {
     char text[32] = {};
     return static_cast<std::uint32_t>(SendMessageA(StatusBarOf(terminal), SB_GETTEXTA, GaugePart,

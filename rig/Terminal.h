@@ -27,6 +27,9 @@ HWND StatusBarOf(const ZoTerm& terminal);
 HWND RebarOf(const ZoTerm& terminal);
 HWND ToolbarOf(const ZoTerm& terminal);
 
+// The text in the status bar.
+std::string StatusTextOf(const ZoTerm& terminal);
+
 // The value that the gauge shows.
 std::uint32_t GaugeOf(const ZoTerm& terminal);
 

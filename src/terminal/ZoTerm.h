@@ -243,6 +243,7 @@ private:
     LRESULT OnGaugeTimer();
 
     // Output log (OutputLog.cpp). One that cannot be opened leaves the terminal without.
+    void ReportLog(DWORD error);
     void WriteLog(const char* bytes, std::uint32_t count);
     void CloseLog();
 
@@ -268,6 +269,7 @@ private:
     HWND m_hStatus = nullptr;
     HIMAGELIST m_ToolbarImages = nullptr;
     HANDLE m_LogHandle = nullptr;
+    bool m_LogFails = false; // and the status bar has said so
     std::uint32_t m_OutputCount = 0;
     std::uint32_t m_Timer = 0;
     std::uint32_t m_TimerRestarts = 0;

@@ -100,11 +100,7 @@ protected:
         return all;
     }
 
-    std::string StatusText() const {
-        char text[200] = {};
-        SendMessageA(StatusBarOf(*terminal), SB_GETTEXTA, 0, reinterpret_cast<LPARAM>(text));
-        return text;
-    }
+    std::string StatusText() const { return StatusTextOf(*terminal); }
 
     std::string Item(int id) const {
         return TextOf(GetDlgItem(terminal->Operation.m_ProgressDialog, id));

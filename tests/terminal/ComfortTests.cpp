@@ -8,6 +8,8 @@
 #include "rig/Rig.h"
 #include "rig/Terminal.h"
 
+#include <winioctl.h>
+
 #include <dlgs.h>
 
 namespace {
@@ -117,8 +119,28 @@ TEST_F(ComfortTest, LogBelongsToTheFirstTerminalThatOpensIt) {
     logged("three", "before\r\nonethree");
     CopyText(terminal->Settings.m_LogFile, folder.Path("none\\out.log").c_str());
     terminal->OpenLog();
+    EXPECT_EQ(StatusTextOf(*terminal).rfind("Log failed: ", 0), 0U) << StatusTextOf(*terminal);
+    terminal->SetStatusText("");
     logged("four", "before\r\nonethree");
+    EXPECT_EQ(StatusTextOf(*terminal), "") << "said once";
     EXPECT_TRUE(DeleteFileA(folder.Path("out.log").c_str())) << "the second never had it";
+}
+
+TEST_F(ComfortTest, LogGoesOnAtTheEndOfALargeFile) {
+    constexpr LONGLONG size = 0x100000010;
+    const std::string path = folder.Path("large.log");
+    DWORD unused = 0;
+    LARGE_INTEGER end = {};
+    end.QuadPart = size;
+    OwnedHandle file(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    DeviceIoControl(file.get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &unused, nullptr);
+    ASSERT_TRUE(SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file.get()));
+    file.reset();
+    PlantText(SettingsRoot + std::string("\\Instance0"), "LogFile", path);
+    PlantNumber(SettingsRoot + std::string("\\Instance0"), "UseLogFile", 1);
+    StartConnected();
+    peer.Send("more");
+    EXPECT_TRUE(WaitUntil([&] { return std::filesystem::file_size(path) == size + 4; }));
 }
 
 TEST_F(ComfortTest, AcceptedAndRefusedLinesAreHeard) {
