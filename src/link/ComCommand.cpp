@@ -38,7 +38,9 @@ bool ComPort::QueueChain(QueuedLine* chain) {
         error = ERROR_INVALID_HANDLE;
     else {
         const SectionLock lock(m_QueueLock);
-        if (!m_Queue.Add(chain))
+        if (m_GivenUp)
+            error = ERROR_INVALID_HANDLE;
+        else if (!m_Queue.Add(chain))
             error = ERROR_NO_SYSTEM_RESOURCES;
     }
     if (error != ERROR_SUCCESS) {

@@ -51,3 +51,11 @@ void ComPort::PostText() {
     if (!Post(NotifyText))
         m_TextNoticeWaits = false;
 }
+
+// Any thread of the port. The reader reports it until the window has heard, unless the driver holds
+// the reader itself.
+void ComPort::Lose() {
+    m_Lost = true;
+    SetEvent(m_LostEvent);
+    Post(NotifyLost);
+}

@@ -7,6 +7,7 @@
 
 namespace {
 
+constexpr DWORD HighResolutionTimer = 2; // a flag that not every header names
 constexpr WORD XonLimit = 2048;
 constexpr WORD XoffLimit = 512;
 constexpr char XonCharacter = 0x11;
@@ -50,7 +51,12 @@ void DestroyComPort(ComPort* port) {
     if (!port)
         return;
     port->Close();
-    delete port;
+    ComPort::Leave(port);
+}
+
+void ComPort::Leave(ComPort* port) {
+    if (--port->m_Holders == 0)
+        delete port;
 }
 
 ComPort::ComPort() {
@@ -59,6 +65,7 @@ ComPort::ComPort() {
 }
 
 ComPort::~ComPort() {
+    ReleaseParts();
     DeleteCriticalSection(&m_InLock);
     DeleteCriticalSection(&m_QueueLock);
 }
@@ -139,52 +146,76 @@ bool ComPort::CreateEvents() {
         HANDLE* event;
         BOOL reset;
     } events[] = {
-        {&m_ReadOverlapped.hEvent, manual}, {&m_ReplyEvent, automatic},
-        {&m_CancelSendEvent, manual},       {&m_StopReaderEvent, manual},
-        {&m_CommandEvent, automatic},       {&m_DataEvent, manual},
-        {&m_AbortWaitsEvent, manual},       {&m_EndGatheringEvent, automatic},
-        {&m_ReaderRestsEvent, manual},      {&m_LineEvent, automatic},
-        {&m_StopLinesEvent, manual},        {&m_RefuseLinesEvent, manual},
+        {&m_ReadOverlapped.hEvent, manual},
+        {&m_ReplyEvent, automatic},
+        {&m_CancelSendEvent, manual},
+        {&m_StopReaderEvent, manual},
+        {&m_CommandEvent, automatic},
+        {&m_DataEvent, manual},
+        {&m_AbortWaitsEvent, manual},
+        {&m_EndGatheringEvent, automatic},
+        {&m_ReaderRestsEvent, manual},
+        {&m_LineEvent, automatic},
+        {&m_StopLinesEvent, manual},
+        {&m_RefuseLinesEvent, manual},
+        {&m_LostEvent, manual},
     };
     for (const auto& entry : events) {
         *entry.event = CreateEventA(nullptr, entry.reset, FALSE, nullptr);
         if (!*entry.event)
             return false;
     }
+    // Null on a system without: then text gathers only where the common timers do.
+    m_GatherTimer = CreateWaitableTimerExA(nullptr, nullptr, HighResolutionTimer, TIMER_ALL_ACCESS);
     return true;
+}
+
+bool ComPort::StartThread(HANDLE& thread, LPTHREAD_START_ROUTINE body) {
+    ++m_Holders;
+    thread = CreateThread(nullptr, 0, body, this, 0, nullptr);
+    if (!thread)
+        --m_Holders;
+    return thread != nullptr;
 }
 
 bool ComPort::StartThreads() {
-    const struct {
-        HANDLE* thread;
-        LPTHREAD_START_ROUTINE body;
-    } threads[] = {{&m_ReaderThread, &ReaderThread}, {&m_LineThread, &LineThread}};
-    for (const auto& entry : threads) {
-        *entry.thread = CreateThread(nullptr, 0, entry.body, this, CREATE_SUSPENDED, nullptr);
-        if (!*entry.thread || ResumeThread(*entry.thread) == static_cast<DWORD>(-1))
-            return false;
-    }
-    return true;
+    return StartThread(m_ReaderThread, &Thread<&ComPort::RunReader>) &&
+           StartThread(m_LineThread, &Thread<&ComPort::RunLines>);
 }
 
-DWORD WINAPI ComPort::ReaderThread(void* port) {
-    static_cast<ComPort*>(port)->RunReader();
-    return 0;
+// True when the thread has ended by then, in GetTickCount64; one that has is not waited for.
+bool ComPort::EndsBy(HANDLE thread, std::uint64_t deadline) {
+    const std::uint64_t now = GetTickCount64();
+    return WaitForSingleObject(thread, now < deadline ? static_cast<DWORD>(deadline - now) : 0) ==
+           WAIT_OBJECT_0;
 }
 
-DWORD WINAPI ComPort::LineThread(void* port) {
-    static_cast<ComPort*>(port)->RunLines();
-    return 0;
-}
-
-// A transfer says its last words through the line thread, and hears the answers through the
-// reader: they end in this order.
 bool ComPort::Close() {
     if (!RequireOpen())
         return false;
+    if (m_GivenUp)
+        return Fail(ERROR_TIMEOUT);
+    const bool ended = StopThreads();
+    {
+        const SectionLock lock(m_QueueLock);
+        m_GivenUp = !ended;
+    }
+    RefuseWaitingLines();
+    if (!ended) {
+        m_NotifyWindow = nullptr;
+        return Fail(ERROR_TIMEOUT);
+    }
+    Reset();
+    return true;
+}
+
+// A transfer says its last words through the line thread, and hears the answers through the
+// reader: they end in this order. False when the driver holds one of them.
+bool ComPort::StopThreads() {
+    const std::uint64_t deadline = GetTickCount64() + LongestClose;
     if (m_RefuseLinesEvent)
         SetEvent(m_RefuseLinesEvent);
-    StopTransfers();
+    bool ended = StopTransfers(deadline);
     if (m_AbortWaitsEvent)
         SetEvent(m_AbortWaitsEvent);
     const struct {
@@ -194,20 +225,27 @@ bool ComPort::Close() {
     for (const auto& entry : threads)
         if (*entry.thread) {
             SetEvent(entry.stop);
-            WaitForSingleObject(*entry.thread, INFINITE);
-            CloseAndClear(*entry.thread);
+            ended = EndsBy(*entry.thread, deadline) && ended;
         }
-    RefuseWaitingLines();
+    return ended;
+}
 
-    for (HANDLE* event :
-         {&m_ReadOverlapped.hEvent, &m_ReplyEvent, &m_CancelSendEvent, &m_StopReaderEvent,
-          &m_CommandEvent, &m_DataEvent, &m_AbortWaitsEvent, &m_EndGatheringEvent,
-          &m_ReaderRestsEvent, &m_LineEvent, &m_StopLinesEvent, &m_RefuseLinesEvent})
-        CloseAndClear(*event);
+// No thread of the port may run.
+void ComPort::ReleaseParts() {
+    for (HANDLE* part : {&m_LineThread,        &m_ReaderThread,
+                         &m_SendThread,        &m_ReceiveThread,
+                         &m_Predecessor,       &m_ReadOverlapped.hEvent,
+                         &m_ReplyEvent,        &m_CancelSendEvent,
+                         &m_StopReaderEvent,   &m_CommandEvent,
+                         &m_DataEvent,         &m_AbortWaitsEvent,
+                         &m_EndGatheringEvent, &m_ReaderRestsEvent,
+                         &m_LineEvent,         &m_StopLinesEvent,
+                         &m_RefuseLinesEvent,  &m_LostEvent,
+                         &m_GatherTimer,       &m_Handle})
+        CloseAndClear(*part);
+    FreeSendData();
     delete[] m_InBuffer;
-    CloseAndClear(m_Handle);
-    Reset();
-    return true;
+    m_InBuffer = nullptr;
 }
 
 bool ComPort::SetBaudRate(std::uint32_t baud) {

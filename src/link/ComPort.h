@@ -32,7 +32,7 @@ struct TransferInfo {
 enum NotifyKind : std::uint32_t {
     NotifyText = 1,     // device text waits in the input buffer
     NotifyTransfer = 2, // a transfer progressed or ended
-    NotifyLost = 3,     // the port stopped delivering; repeated until it is closed
+    NotifyLost = 3,     // the port stopped working; repeated until it is closed
     NotifyAnswer = 4,   // a queued line has its result
 };
 
@@ -68,13 +68,19 @@ public:
     // anything it uses is released; ends within 3 s even when the line takes no bytes, and at once
     // when no transfer runs or the port is lost. Lines that wait end unaccepted; their results can
     // still be taken. Forgets the notification target. ERROR_INVALID_HANDLE when it is not open.
+    // ERROR_TIMEOUT when the driver does not let go of it in time: then the port is given up, and
+    // all that can be done with it is to take results and to destroy it.
     bool Close();
+
+    // GUI thread. True when a Close has given it up.
+    bool IsGivenUp() const { return m_GivenUp; }
 
     // GUI thread. Changes the speed in bits per second; a refusal leaves the old one.
     bool SetBaudRate(std::uint32_t baud);
 
-    // Any thread. Returns when the driver has taken all the bytes, however long that takes;
-    // Close cancels it with ERROR_OPERATION_ABORTED.
+    // Any thread. Returns when the driver has taken all the bytes, however long that takes and in
+    // how many parts; Close cancels it with ERROR_OPERATION_ABORTED. A failure that is not a
+    // shortage of the system's means that the port is lost.
     bool Write(const std::uint8_t* data, std::uint32_t length);
 
     // GUI thread, after Open. Notifications are posted as `message` with a NotifyKind in wParam,
@@ -89,10 +95,10 @@ public:
     // is of. No two transfers of the process have the same number.
     bool GetTransferInfo(TransferInfo* info, std::uint32_t* number = nullptr);
 
-    // GUI thread. True once the port has stopped delivering and until it is closed.
+    // GUI thread. True once the port has stopped working and until it is closed.
     bool IsLost() const { return m_Lost; }
 
-    // GUI thread. Asks the driver; false when it does not answer for the open port any more.
+    // Any thread. Asks the driver; false when it does not answer for the open port any more.
     bool Answers();
 
     // GUI thread, on a NotifyText and before the drain: the next text posts a notice again.
@@ -157,10 +163,12 @@ private:
     static constexpr DWORD FramePause = 70;       // ms before each block frame
     static constexpr DWORD PacketPause = 200;     // ms for the device to answer a request
     static constexpr DWORD PoliteStop = 2500;     // ms for a transfer to end in its own way
+    static constexpr DWORD LongestClose = 3000;   // ms until a close gives the port up
+    static constexpr DWORD DriverPatience = 3000; // ms for a driver to let go of what is canceled
     static constexpr DWORD NoticeLife = 250;      // ms until a notice counts as lost
 
     class InputLock;
-    enum class ReaderStep { Bytes, NoBytes, Stopped, Lost };
+    enum class ReaderStep { Bytes, NoBytes, Failed, Stopped, Lost };
 
     // The mode that the bytes of a chunk were sent for. What the reader stores, it stores only as
     // long as that mode lasts.
@@ -185,12 +193,14 @@ private:
         int ReadByte() { return port.ReadByte(*this); }
     };
 
-    static DWORD WINAPI ReaderThread(void* port);
-    static DWORD WINAPI LineThread(void* port);
-    static DWORD WINAPI SendThread(void* port);
-    static DWORD WINAPI ReceiveThread(void* port);
-
-    // Opening and closing (ComPort.cpp).
+    // Opening and closing (ComPort.cpp). A thread runs a member, and is a holder of the port.
+    template <void (ComPort::*Body)()> static DWORD WINAPI Thread(void* port);
+    bool StartThread(HANDLE& thread, LPTHREAD_START_ROUTINE body);
+    static bool EndsBy(HANDLE thread, std::uint64_t deadline);
+    static void Leave(ComPort* port);
+    friend void DestroyComPort(ComPort* port);
+    bool StopThreads();
+    void ReleaseParts();
     void Reset();
     bool OpenSteps(const char* path, std::uint32_t baud, std::uint32_t inSize);
     bool ConfigureLine(std::uint32_t baud);
@@ -202,6 +212,11 @@ private:
     // Bytes out (ComWrite.cpp).
     bool WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD timeout,
                      HANDLE impatient = nullptr);
+    bool WritePart(const std::uint8_t* data, std::uint32_t length, DWORD timeout, HANDLE done,
+                   HANDLE impatient, DWORD& taken);
+    DWORD AwaitWrite(HANDLE done, DWORD timeout, HANDLE impatient) const;
+    void Withdraw(OVERLAPPED& overlapped);
+    bool FailWrite(DWORD error);
     bool WriteFrame(std::uint32_t length);
 
     // Mode and notifications (ComMode.cpp). SwitchMode needs m_InLock.
@@ -209,6 +224,7 @@ private:
     ModeStamp Stamp();
     bool Post(NotifyKind kind, std::uint32_t number = 0);
     void PostText();
+    void Lose();
 
     // Command lines (ComCommand.cpp).
     void RunLines();
@@ -232,8 +248,8 @@ private:
     void PostTransfer();
     void EndTransfer(DWORD status);
     void CancelTransfer();
-    void StopTransfers();
-    void JoinTransfer(HANDLE& thread);
+    bool StopTransfers(std::uint64_t deadline);
+    bool JoinTransfer(HANDLE& thread, std::uint64_t deadline);
 
     // The send (SendThread.cpp).
     bool NameTarget(const char* folder, const char* path, const char* nameSource);
@@ -269,8 +285,9 @@ private:
     ReaderStep ReadChunk(Reader& reader);
     ReaderStep ReadRest(Reader& reader, std::uint8_t first, const ModeStamp& stamp);
     bool Gathers(const Reader& reader, const ModeStamp& stamp) const;
-    DWORD GatheringTime() const;
+    void Gather();
     ReaderStep ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* taken);
+    ReaderStep FailedRead();
     DWORD AwaitRead();
     void HandleChunk(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
     void HandleText(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
@@ -340,10 +357,22 @@ private:
     std::atomic<bool> m_TextNoticeWaits{false};
     std::atomic<std::uint32_t> m_TextNoticeAt{0}; // GetTickCount
     std::atomic<bool> m_Lost{false};
+    HANDLE m_LostEvent = nullptr;   // manual-reset; set with m_Lost
+    HANDLE m_GatherTimer = nullptr; // ends a wait that gathers text
+
+    std::atomic<int> m_Holders{1};      // its owner and its threads; the last one frees it
+    std::atomic<bool> m_GivenUp{false}; // written with m_QueueLock held
 };
+
+template <void (ComPort::*Body)()> DWORD WINAPI ComPort::Thread(void* port) {
+    (static_cast<ComPort*>(port)->*Body)();
+    Leave(static_cast<ComPort*>(port));
+    return 0;
+}
 
 // A new, closed port; null when memory is exhausted.
 ComPort* CreateComPort();
 
-// Closes the port when it is open, and frees it. Null is allowed.
+// Closes the port when it is open, and frees it; one that is given up is freed when its driver lets
+// go. Null is allowed.
 void DestroyComPort(ComPort* port);

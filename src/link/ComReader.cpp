@@ -13,18 +13,19 @@ namespace {
 // A read without time-outs ends with a byte or not at all; one that ends with none, again and
 // again, comes from a line whose other end is gone.
 constexpr int EmptyReadsOfALostLine = 3;
-constexpr DWORD EmptyReadPause = 20; // ms
+constexpr DWORD EmptyReadPause = 20; // ms, also after a read that fails
 
 // While text streams in, the reader lets it gather instead of waking for every few bytes: for
 // no longer than a person notices, and never for more than a quarter of the driver's queue.
 constexpr std::uint64_t StreamGap = 100;       // ms; a longer silence ends a stream
 constexpr std::uint32_t LongestGathering = 50; // ms
+constexpr std::uint32_t TimerTick = 16;        // ms that a common wait may last too long
 constexpr std::uint32_t GatheredPart = 4;
 constexpr std::uint32_t BitsOfAByte = 10; // start bit, 8 data bits, stop bit
 
 // When the terminal is behind, the driver's queue holds what comes meanwhile, this long; only
 // then text is dropped. It goes over in pieces that fit the input buffer with room to spare.
-constexpr int LongestWaitForRoom = 250; // ms
+constexpr std::uint64_t LongestWaitForRoom = 250; // ms
 constexpr std::uint32_t TextPiece = 1024;
 
 } // namespace
@@ -36,8 +37,8 @@ void ComPort::RunReader() {
 
     Reader reader;
     int emptyReads = 0;
+    DWORD pause = 0;
     while (emptyReads < EmptyReadsOfALostLine) {
-        const DWORD pause = emptyReads > 0 ? EmptyReadPause : 0;
         if (WaitForSingleObject(m_StopReaderEvent, pause) == WAIT_OBJECT_0)
             return;
         const ReaderStep step = ReadChunk(reader);
@@ -46,11 +47,11 @@ void ComPort::RunReader() {
         if (step == ReaderStep::Lost)
             break;
         emptyReads = step == ReaderStep::NoBytes ? emptyReads + 1 : 0;
+        pause = step == ReaderStep::Bytes ? 0 : EmptyReadPause;
     }
-    m_Lost = true;
     SetEvent(m_ReaderRestsEvent);
     do
-        Post(NotifyLost);
+        Lose();
     while (WaitForSingleObject(m_StopReaderEvent, NoticeLife) == WAIT_TIMEOUT);
 }
 
@@ -65,10 +66,8 @@ ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     ResetEvent(m_ReaderRestsEvent);
     const ModeStamp stamp = Stamp();
     const bool gathers = Gathers(reader, stamp);
-    if (gathers) {
-        const HANDLE either[] = {m_StopReaderEvent, m_EndGatheringEvent};
-        WaitForMultipleObjects(2, either, FALSE, GatheringTime());
-    }
+    if (gathers)
+        Gather();
     reader.lastChunkAt = GetTickCount64();
     if (gathers && stamp.number != m_ModeNumber) { // what is queued now may be of the new mode
         HandleChunk(&first, 1, stamp);
@@ -98,7 +97,7 @@ ComPort::ReaderStep ComPort::ReadRest(Reader& reader, std::uint8_t first, const 
     if (status.cbInQue > 0)
         step = ReadBytes(&chunk[1], status.cbInQue, &taken);
     HandleChunk(chunk, taken + 1, stamp);
-    return step == ReaderStep::NoBytes ? ReaderStep::Bytes : step;
+    return step == ReaderStep::NoBytes || step == ReaderStep::Failed ? ReaderStep::Bytes : step;
 }
 
 // Only text gathers: packets, reply lines and answers are waited for.
@@ -107,10 +106,21 @@ bool ComPort::Gathers(const Reader& reader, const ModeStamp& stamp) const {
            !m_TransferRuns && !m_AnswerAwaited;
 }
 
-DWORD ComPort::GatheringTime() const {
+// As long as a quarter of the queue takes to fill. On a fast line that is shorter than what a
+// common wait may last too long.
+void ComPort::Gather() {
     const std::uint32_t bytesPerSecond = m_LineSpeed / BitsOfAByte + 1;
-    return std::min<DWORD>(LongestGathering,
-                           DriverQueueSize / GatheredPart * 1000 / bytesPerSecond);
+    const DWORD time =
+        std::min<DWORD>(LongestGathering, DriverQueueSize / GatheredPart * 1000 / bytesPerSecond);
+    LARGE_INTEGER due = {};
+    due.QuadPart = -10000LL * time; // from now, in units of 100 ns
+    const bool exact =
+        m_GatherTimer && SetWaitableTimer(m_GatherTimer, &due, 0, nullptr, nullptr, FALSE);
+    const HANDLE ends[] = {m_StopReaderEvent, m_EndGatheringEvent, m_GatherTimer};
+    if (exact)
+        WaitForMultipleObjects(3, ends, FALSE, INFINITE);
+    else if (time > TimerTick)
+        WaitForMultipleObjects(2, ends, FALSE, time - TimerTick);
 }
 
 // Waits for `count` bytes, however long that takes, unless the reader is to stop. A pending read
@@ -119,23 +129,31 @@ DWORD ComPort::GatheringTime() const {
 ComPort::ReaderStep ComPort::ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* taken) {
     if (!ReadFile(m_Handle, bytes, count, nullptr, &m_ReadOverlapped)) {
         if (GetLastError() != ERROR_IO_PENDING)
-            return ReaderStep::Lost;
-        if (AwaitRead() == WAIT_OBJECT_0)
+            return FailedRead();
+        if (AwaitRead() != WAIT_OBJECT_0)
             CancelIoEx(m_Handle, &m_ReadOverlapped);
     }
     if (GetOverlappedResult(m_Handle, &m_ReadOverlapped, taken, TRUE))
         return *taken ? ReaderStep::Bytes : ReaderStep::NoBytes;
-    return WaitForSingleObject(m_StopReaderEvent, 0) == WAIT_OBJECT_0 ? ReaderStep::Stopped
-                                                                      : ReaderStep::Lost;
+    return FailedRead();
 }
 
-// While the line is silent, text that nobody fetches means that its notice got lost.
+// After a sleep of the PC, and with some adapters at any time, a read fails on a port that works:
+// as long as the driver answers for it, the port is not lost.
+ComPort::ReaderStep ComPort::FailedRead() {
+    if (WaitForSingleObject(m_StopReaderEvent, 0) == WAIT_OBJECT_0)
+        return ReaderStep::Stopped;
+    return !m_Lost && Answers() ? ReaderStep::Failed : ReaderStep::Lost;
+}
+
+// Waits for the read, the stop or the loss of the port. While the line is silent, text that nobody
+// fetches means that its notice got lost.
 DWORD ComPort::AwaitRead() {
-    const HANDLE either[] = {m_StopReaderEvent, m_ReadOverlapped.hEvent};
+    const HANDLE ends[] = {m_ReadOverlapped.hEvent, m_StopReaderEvent, m_LostEvent};
     for (;;) {
         const bool textWaits = m_InCount > 0 && m_Mode != LineMode::Raw;
         const DWORD waited =
-            WaitForMultipleObjects(2, either, FALSE, textWaits ? NoticeLife : INFINITE);
+            WaitForMultipleObjects(3, ends, FALSE, textWaits ? NoticeLife : INFINITE);
         if (waited != WAIT_TIMEOUT)
             return waited;
         if (m_InCount > 0)
@@ -169,7 +187,8 @@ void ComPort::HandleText(const std::uint8_t* bytes, std::uint32_t count, const M
 
 // A transfer that begins needs what comes next.
 void ComPort::AwaitRoom(std::uint32_t room, const ModeStamp& stamp) {
-    for (int waited = 0; waited < LongestWaitForRoom && m_InCount + room >= m_InSize; ++waited)
+    const std::uint64_t deadline = GetTickCount64() + LongestWaitForRoom;
+    while (m_InCount + room >= m_InSize && GetTickCount64() < deadline)
         if (stamp.number != m_ModeNumber ||
             WaitForSingleObject(m_StopReaderEvent, 1) == WAIT_OBJECT_0)
             return;

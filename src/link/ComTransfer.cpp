@@ -49,8 +49,7 @@ bool ComPort::StartTransferThread(HANDLE& thread, LPTHREAD_START_ROUTINE body) {
     for (HANDLE* const ended : {&m_SendThread, &m_ReceiveThread})
         if (*ended)
             m_Predecessor = std::exchange(*ended, nullptr);
-    thread = CreateThread(nullptr, 0, body, this, 0, nullptr);
-    return thread != nullptr;
+    return StartThread(thread, body);
 }
 
 void ComPort::AwaitPredecessor() {
@@ -104,27 +103,30 @@ void ComPort::CancelTransfer() {
     }
 }
 
-// When the line is to be closed.
-void ComPort::StopTransfers() {
+// When the line is to be closed. False when a thread has not ended by the deadline.
+bool ComPort::StopTransfers(std::uint64_t deadline) {
     CancelTransfer();
-    if (m_Lost)
+    if (m_Lost && m_AbortWaitsEvent)
         SetEvent(m_AbortWaitsEvent); // there is nobody left to be polite to
-    JoinTransfer(m_SendThread);
-    JoinTransfer(m_ReceiveThread);
-    AwaitPredecessor(); // of a thread that could not be made
+    bool ended = true;
+    for (HANDLE* const thread : {&m_SendThread, &m_ReceiveThread, &m_Predecessor})
+        ended = JoinTransfer(*thread, deadline) && ended;
+    return ended;
 }
 
 // Waits for a thread that has been asked to end, or has ended. What then still waits for the line
 // is aborted, and the abort event stays set.
-void ComPort::JoinTransfer(HANDLE& thread) {
+bool ComPort::JoinTransfer(HANDLE& thread, std::uint64_t deadline) {
+    constexpr DWORD rest = LongestClose - PoliteStop;
     if (!thread)
-        return;
-    if (WaitForSingleObject(thread, PoliteStop) == WAIT_TIMEOUT) {
+        return true;
+    if (!EndsBy(thread, deadline - rest)) {
         SetEvent(m_AbortWaitsEvent);
-        WaitForSingleObject(thread, INFINITE);
+        if (!EndsBy(thread, deadline))
+            return false;
     }
-    CloseHandle(thread);
-    thread = nullptr;
+    CloseHandle(std::exchange(thread, nullptr));
+    return true;
 }
 
 void ComPort::StopSend() {
@@ -142,7 +144,8 @@ void ComPort::FinishTransfer() {
     if (!m_Handle)
         return;
     CancelTransfer();
-    JoinTransfer(m_SendThread);
-    JoinTransfer(m_ReceiveThread);
+    const std::uint64_t deadline = GetTickCount64() + LongestClose;
+    JoinTransfer(m_SendThread, deadline);
+    JoinTransfer(m_ReceiveThread, deadline);
     ResetEvent(m_AbortWaitsEvent);
 }

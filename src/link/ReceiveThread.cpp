@@ -26,12 +26,8 @@ bool ComPort::StartReceive(const char* path, const char* deviceName) {
         return FailTransfer(ERROR_FILENAME_EXCED_RANGE);
     if (HasControlCharacter(m_ReceiveName))
         return FailTransfer(ERROR_INVALID_NAME);
-    return StartTransferThread(m_ReceiveThread, &ReceiveThread) || FailTransfer(GetLastError());
-}
-
-DWORD WINAPI ComPort::ReceiveThread(void* port) {
-    static_cast<ComPort*>(port)->RunReceive();
-    return 0;
+    return StartTransferThread(m_ReceiveThread, &Thread<&ComPort::RunReceive>) ||
+           FailTransfer(GetLastError());
 }
 
 void ComPort::RunReceive() {

@@ -35,17 +35,12 @@ bool ComPort::StartSend(const char* folder, const char* path, const char* nameSo
             const InputLock lock(*this);
             m_Info.Size = m_SendSize;
         }
-        if (StartTransferThread(m_SendThread, &SendThread))
+        if (StartTransferThread(m_SendThread, &Thread<&ComPort::RunSend>))
             return true;
     }
     const DWORD error = GetLastError();
     FreeSendData();
     return FailTransfer(error);
-}
-
-DWORD WINAPI ComPort::SendThread(void* port) {
-    static_cast<ComPort*>(port)->RunSend();
-    return 0;
 }
 
 // A target is refused before anything is written when it would be cut in its field or in its
@@ -176,8 +171,9 @@ bool ComPort::SendBlocks() {
         if (step == SendStep::NewFrame)
             frameSize = EncodeFrame(cursor);
         Sleep(FramePause);
-        ResetEvent(m_ReplyEvent); // an early reply is no answer to the frame
-        WriteFrame(frameSize);
+        ResetEvent(m_ReplyEvent);   // an early reply is no answer to the frame
+        if (!WriteFrame(frameSize)) // nor does the device reply to half of one
+            return false;
         FrameWritten(cursor, step);
         ShowProgress(block, cursor.offset, cursor.errors);
         PostTransfer();
