@@ -11,7 +11,8 @@ target_link_libraries(zo_program_flags INTERFACE zo_flags)
 if(MSVC)
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
   target_compile_options(zo_flags INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf)
-  target_link_options(zo_flags INTERFACE /guard:cf /CETCOMPAT /DEPENDENTLOADFLAG:0x800)
+  target_link_options(zo_flags INTERFACE /guard:cf /CETCOMPAT /DEPENDENTLOADFLAG:0x800 /TSAWARE
+    /HIGHENTROPYVA) # the subsystem's version is 6.0 by default
   target_compile_definitions(zo_flags INTERFACE _CRT_SECURE_NO_WARNINGS)
   target_compile_options(zo_program_flags INTERFACE /EHs-c- /GR-)
   target_compile_definitions(zo_program_flags INTERFACE _HAS_EXCEPTIONS=0)
@@ -32,9 +33,17 @@ if(WIN32)
     target_compile_options(zo_flags INTERFACE $<$<CONFIG:Debug>:-gdwarf-4>) # what winedbg can read
     # The same sources give the same file: no time goes in.
     target_link_options(zo_flags INTERFACE
-      -static -fstack-protector-strong -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat
-      -Wl,--high-entropy-va -Wl,--no-insert-timestamp)
+      -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
+      -Wl,--tsaware -Wl,--major-os-version,6 -Wl,--minor-os-version,0
+      -Wl,--major-subsystem-version,6 -Wl,--minor-subsystem-version,0 -Wl,--no-insert-timestamp)
     target_link_options(zo_flags INTERFACE $<$<CONFIG:MinSizeRel,Release>:-s>)
+    # The checks' own guard, so that the compiler's runtime library is not asked for its.
+    add_library(zo_stack_guard STATIC ${PROJECT_SOURCE_DIR}/src/base/StackGuard.cpp)
+    target_compile_options(zo_stack_guard PRIVATE
+      $<TARGET_PROPERTY:zo_flags,INTERFACE_COMPILE_OPTIONS>)
+    target_compile_definitions(zo_stack_guard PRIVATE
+      $<TARGET_PROPERTY:zo_flags,INTERFACE_COMPILE_DEFINITIONS>)
+    target_link_libraries(zo_flags INTERFACE zo_stack_guard)
   endif()
 endif()
 
