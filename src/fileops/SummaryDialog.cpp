@@ -55,8 +55,10 @@ constexpr Status Statuses[] = {
 };
 constexpr Status SentStatus = {ResultEnd, "Sent", SentImage};
 
-constexpr int Margin = 5;       // pixels around the list
-constexpr int ButtonMargin = 4; // pixels below the button
+constexpr int Margin = 5;        // pixels around the list
+constexpr int ButtonMargin = 4;  // pixels below the button
+constexpr LONG LeastWidth = 120; // of the client area, in dialog units: the button and a name,
+constexpr LONG LeastHeight = 90; // the list's head and scroll bar, and some rows between them
 
 const Status& StatusOf(const TransferResult& result) {
     for (const Status& status : Statuses)
@@ -166,17 +168,35 @@ void Remember(HWND dialog) {
     GetWindowRect(dialog, &TerminalOfDialog(dialog).Settings.m_SummaryRect);
 }
 
+// List and button move at once: the list, moved first, would stand over the button's old place, and
+// what is drawn of the button there would be taken for drawn in its new one.
 INT_PTR OnSize(HWND dialog, int width, int height) {
     const HWND button = GetDlgItem(dialog, IDOK);
     RECT rect = {};
     GetWindowRect(button, &rect);
     const int buttonWidth = rect.right - rect.left;
     const int buttonHeight = rect.bottom - rect.top;
-    MoveWindow(ListOf(dialog), Margin, Margin, width - 2 * Margin,
-               height - buttonHeight - 3 * Margin, TRUE);
-    MoveWindow(button, (width - buttonWidth) / 2, height - buttonHeight - ButtonMargin, buttonWidth,
-               buttonHeight, TRUE);
+    constexpr UINT flags = SWP_NOZORDER | SWP_NOACTIVATE;
+    HDWP moves = BeginDeferWindowPos(2);
+    if (moves)
+        moves = DeferWindowPos(moves, ListOf(dialog), nullptr, Margin, Margin, width - 2 * Margin,
+                               height - buttonHeight - 3 * Margin, flags);
+    if (moves)
+        moves = DeferWindowPos(moves, button, nullptr, (width - buttonWidth) / 2,
+                               height - buttonHeight - ButtonMargin, buttonWidth, buttonHeight,
+                               flags | SWP_NOCOPYBITS);
+    if (moves)
+        EndDeferWindowPos(moves);
     Remember(dialog);
+    return TRUE;
+}
+
+INT_PTR OnGetMinMaxInfo(HWND dialog, MINMAXINFO& limits) {
+    RECT rect = {0, 0, LeastWidth, LeastHeight};
+    MapDialogRect(dialog, &rect);
+    AdjustWindowRectEx(&rect, static_cast<DWORD>(GetWindowLongPtrA(dialog, GWL_STYLE)), FALSE,
+                       static_cast<DWORD>(GetWindowLongPtrA(dialog, GWL_EXSTYLE)));
+    limits.ptMinTrackSize = {rect.right - rect.left, rect.bottom - rect.top};
     return TRUE;
 }
 
@@ -206,6 +226,7 @@ INT_PTR CALLBACK SummaryDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM 
     switch (message) {
     case WM_INITDIALOG: return OnInitDialog(dialog);
     case WM_SIZE: return OnSize(dialog, LOWORD(lParam), HIWORD(lParam));
+    case WM_GETMINMAXINFO: return OnGetMinMaxInfo(dialog, *reinterpret_cast<MINMAXINFO*>(lParam));
     case WM_MOVE: return OnMove(dialog);
     case WM_DESTROY: return OnDestroy(dialog);
     case WM_COMMAND: return OnCommand(dialog, LOWORD(wParam));
