@@ -38,6 +38,8 @@ bool ReadArguments(PathList& files) {
 } // namespace
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
+    SetErrorMode(SEM_FAILCRITICALERRORS); // a drive without a disk fails, and asks for none
+
     // What is loaded later comes from the system's folder, never from where the user stands.
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
 
