@@ -17,6 +17,7 @@ PALETTE = [
     ).split()
 ]
 TRANSPARENT = PALETTE.index(b"\xff\x00\xff")
+WHITE = PALETTE.index(b"\xff\xff\xff")
 
 
 def fail(message):
