@@ -14,6 +14,7 @@ constexpr int WideIndicator = 120; // pixels; a wider one has room for the long 
 constexpr int GaugeSteps = 20;
 constexpr int DarkestGrey = 55;
 constexpr int GreyRange = 200;
+constexpr int TurningGrey = 118; // here black text begins to be clearer than white
 
 // Right edges of the parts, the same for every terminal that is laid out next.
 int PartEdges[3];
@@ -40,8 +41,9 @@ void ComputeEdges(int width) {
     PartEdges[1] = width - 70;
 }
 
-void DrawPartText(HDC context, const char* text, RECT rect, UINT alignment) {
+void DrawPartText(HDC context, const char* text, RECT rect, UINT alignment, COLORREF color) {
     SetBkMode(context, TRANSPARENT);
+    SetTextColor(context, color);
     DrawTextA(context, text, -1, &rect, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | alignment);
 }
 
@@ -55,21 +57,50 @@ void DrawSegment(HDC context, const RECT& part, int from, int to, int grey) {
     Rectangle(context, part.left + from, part.top, part.left + to, part.bottom);
 }
 
-void DrawGauge(HDC context, const RECT& part, std::uint32_t value) {
+// Where the segments end that are dark, and where all end, from the part's left edge.
+struct Segments {
+    int dark;
+    int all;
+};
+
+Segments DrawSegments(HDC context, const RECT& part, std::uint32_t value) {
     const std::int64_t width = part.right - part.left;
     const std::int64_t step = width / GaugeSteps;
+    Segments ends = {};
     const int saved = SaveDC(context);
     for (std::int64_t from = 0; step > 0 && from < width; from += step) {
         if ((from + step) * ZoTerm::PaneLimit / width > value)
             break;
         const auto grey = static_cast<int>(from * GreyRange / width) + DarkestGrey;
-        DrawSegment(context, part, static_cast<int>(from), static_cast<int>(from + step), grey);
+        ends.all = static_cast<int>(from + step);
+        DrawSegment(context, part, static_cast<int>(from), ends.all, grey);
+        if (grey < TurningGrey)
+            ends.dark = ends.all;
     }
     RestoreDC(context, saved);
+    return ends;
+}
 
+// The text changes its color where what is below it does.
+void DrawGauge(HDC context, const RECT& part, std::uint32_t value) {
+    const Segments ends = DrawSegments(context, part, value);
+    const struct {
+        LONG from;
+        LONG to;
+        COLORREF color;
+    } zones[] = {
+        {part.left, part.left + ends.dark, RGB(255, 255, 255)},
+        {part.left + ends.dark, part.left + ends.all, RGB(0, 0, 0)},
+        {part.left + ends.all, part.right, GetSysColor(COLOR_BTNTEXT)},
+    };
     char text[32];
     FormatText(text, " %u / %u", value, ZoTerm::PaneLimit);
-    DrawPartText(context, text, part, DT_CENTER);
+    for (const auto& zone : zones) {
+        const int saved = SaveDC(context);
+        IntersectClipRect(context, zone.from, part.top, zone.to, part.bottom);
+        DrawPartText(context, text, part, DT_CENTER, zone.color);
+        RestoreDC(context, saved);
+    }
 }
 
 void DrawPortIndicator(HDC context, const RECT& part, std::uint32_t number) {
@@ -89,7 +120,7 @@ void DrawPortIndicator(HDC context, const RECT& part, std::uint32_t number) {
         FormatText(text, " Connected to COM%u", number);
     else
         FormatText(text, " COM%u", number);
-    DrawPartText(context, text, rest, DT_LEFT);
+    DrawPartText(context, text, rest, DT_LEFT, GetSysColor(COLOR_BTNTEXT));
 }
 
 } // namespace
