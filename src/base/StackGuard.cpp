@@ -5,10 +5,12 @@
 
 #include <cstdint>
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the compiler chose the names
 extern "C" {
 std::uintptr_t __stack_chk_guard = 0x7A6F726265C35A00;
 [[noreturn]] void __stack_chk_fail();
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 

@@ -168,8 +168,8 @@ void Remember(HWND dialog) {
     GetWindowRect(dialog, &TerminalOfDialog(dialog).Settings.m_SummaryRect);
 }
 
-// List and button move at once: the list, moved first, would stand over the button's old place, and
-// what is drawn of the button there would be taken for drawn in its new one.
+// List and button move at once: a list that moved first would cover the button, of which nothing
+// would then be drawn in its new place.
 INT_PTR OnSize(HWND dialog, int width, int height) {
     const HWND button = GetDlgItem(dialog, IDOK);
     RECT rect = {};
