@@ -15,7 +15,7 @@ constexpr WPARAM ReturnCharacter = 13;
 // The edit field's grandparent is the terminal window.
 ZoTerm* TerminalOfEdit(HWND edit) {
     const HWND window = GetParent(GetParent(edit));
-    return reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(window, GWLP_USERDATA));
+    return reinterpret_cast<ZoTerm*>(GetWindowLongPtrW(window, GWLP_USERDATA));
 }
 
 } // namespace
@@ -23,17 +23,20 @@ ZoTerm* TerminalOfEdit(HWND edit) {
 LRESULT CALLBACK ZoTerm::CommandEditProc(HWND edit, UINT message, WPARAM wParam, LPARAM lParam) {
     const ZoTerm* terminal = TerminalOfEdit(edit);
     if (!terminal)
-        return DefWindowProcA(edit, message, wParam, lParam);
+        return DefWindowProcW(edit, message, wParam, lParam);
     if (message == WM_CHAR && wParam == ReturnCharacter &&
         !SendMessageA(terminal->m_hCommand, CB_GETDROPPEDSTATE, 0, 0)) {
         PostMessageA(terminal->m_hWnd, WM_COMMAND, MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed),
                      reinterpret_cast<LPARAM>(terminal->m_hCommand));
         return 0;
     }
-    return CallWindowProcA(terminal->m_OldCommandEditProc, edit, message, wParam, lParam);
+    if (TakeTab(message, wParam, terminal->m_hOutput))
+        return 0;
+    return CallWindowProcW(terminal->m_OldCommandEditProc, edit, message, wParam, lParam);
 }
 
 bool ZoTerm::CreateCommandBox() {
+    m_CommandLabel = CreateLabel("Command line");
     m_hCommand = CreateWindowExA(
         0, "COMBOBOX", "", WS_CHILD | WS_VISIBLE | CBS_DROPDOWN | CBS_AUTOHSCROLL, 0, 0, 0, 0,
         m_hWnd, reinterpret_cast<HMENU>(IDC_COMMAND), ProgramModule, nullptr);
@@ -44,7 +47,7 @@ bool ZoTerm::CreateCommandBox() {
 
 void ZoTerm::SubclassCommandEdit() {
     m_OldCommandEditProc = reinterpret_cast<WNDPROC>(
-        SetWindowLongPtrA(GetDlgItem(m_hCommand, IDC_COMMAND_EDIT), GWLP_WNDPROC,
+        SetWindowLongPtrW(GetDlgItem(m_hCommand, IDC_COMMAND_EDIT), GWLP_WNDPROC,
                           reinterpret_cast<LONG_PTR>(&CommandEditProc)));
 }
 

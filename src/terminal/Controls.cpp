@@ -1,5 +1,6 @@
 // The controls of a terminal window: their creation, layout and colors.
 
+#include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
 #include <initializer_list>
@@ -51,8 +52,15 @@ bool ZoTerm::CreateControls(HWND window) {
     return true;
 }
 
+// Names the control that is created next, for screen readers; it is never seen.
+HWND ZoTerm::CreateLabel(const char* text) {
+    return CreateWindowExA(0, "STATIC", text, WS_CHILD, 0, 0, 0, 0, m_hWnd, nullptr, ProgramModule,
+                           nullptr);
+}
+
 void ZoTerm::DestroyControls() {
-    for (HWND* control : {&m_hToolbar, &m_hRebar, &m_hStatus, &m_hCommand, &m_hOutput})
+    for (HWND* control : {&m_hToolbar, &m_hRebar, &m_hStatus, &m_hCommand, &m_hOutput,
+                          &m_CommandLabel, &m_OutputLabel})
         DestroyControl(*control);
     if (m_ToolbarImages)
         ImageList_Destroy(m_ToolbarImages);
@@ -105,4 +113,13 @@ LRESULT ZoTerm::OnControlColor(HDC context, HWND control) {
         SetTextColor(context, Settings.m_TextColor);
     SetBkColor(context, GetSysColor(background));
     return reinterpret_cast<LRESULT>(GetSysColorBrush(background));
+}
+
+// Tab moves the keyboard between the two text controls; its character goes into neither.
+bool ZoTerm::TakeTab(UINT message, WPARAM key, HWND next) {
+    if (key != VK_TAB || (message != WM_KEYDOWN && message != WM_CHAR))
+        return false;
+    if (message == WM_KEYDOWN)
+        SetFocus(next);
+    return true;
 }

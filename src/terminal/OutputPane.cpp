@@ -22,15 +22,18 @@ constexpr std::uint32_t GaugeRestarts = 10;
 } // namespace
 
 LRESULT CALLBACK ZoTerm::OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam) {
-    auto* terminal = reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(pane), GWLP_USERDATA));
+    auto* terminal = reinterpret_cast<ZoTerm*>(GetWindowLongPtrW(GetParent(pane), GWLP_USERDATA));
     if (!terminal)
-        return DefWindowProcA(pane, message, wParam, lParam);
+        return DefWindowProcW(pane, message, wParam, lParam);
     if (message == WM_DROPFILES)
         return terminal->OnDropFiles(reinterpret_cast<HDROP>(wParam));
-    return CallWindowProcA(terminal->m_OldOutputProc, pane, message, wParam, lParam);
+    if (TakeTab(message, wParam, terminal->m_hCommand))
+        return 0;
+    return CallWindowProcW(terminal->m_OldOutputProc, pane, message, wParam, lParam);
 }
 
 bool ZoTerm::CreateOutputPane() {
+    m_OutputLabel = CreateLabel("Device output");
     m_hOutput = CreateWindowExA(WS_EX_CLIENTEDGE | WS_EX_ACCEPTFILES, "EDIT", "",
                                 WS_CHILD | WS_VISIBLE | WS_BORDER | WS_VSCROLL | WS_HSCROLL |
                                     ES_MULTILINE | ES_AUTOVSCROLL | ES_NOHIDESEL,
@@ -41,7 +44,7 @@ bool ZoTerm::CreateOutputPane() {
 
 void ZoTerm::SubclassOutput() {
     m_OldOutputProc = reinterpret_cast<WNDPROC>(
-        SetWindowLongPtrA(m_hOutput, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&OutputEditProc)));
+        SetWindowLongPtrW(m_hOutput, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&OutputEditProc)));
 }
 
 void ZoTerm::ShowPortOutput() {

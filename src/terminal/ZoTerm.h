@@ -203,7 +203,9 @@ private:
     LRESULT OnSize(WPARAM wParam, LPARAM lParam);
     void LayOutPane(int width, int height);
     void RememberWindow();
+    HWND CreateLabel(const char* text);
     LRESULT OnControlColor(HDC context, HWND control);
+    static bool TakeTab(UINT message, WPARAM key, HWND next); // true: the message ends here
 
     // Rebar and toolbar (Toolbar.cpp).
     void CreateRebar();
@@ -267,6 +269,8 @@ private:
     HWND m_hToolbar = nullptr;
     HWND m_hRebar = nullptr;
     HWND m_hStatus = nullptr;
+    HWND m_OutputLabel = nullptr;
+    HWND m_CommandLabel = nullptr;
     HIMAGELIST m_ToolbarImages = nullptr;
     HANDLE m_LogHandle = nullptr;
     bool m_LogFails = false; // and the status bar has said so
