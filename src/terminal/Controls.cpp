@@ -49,6 +49,8 @@ bool ZoTerm::CreateControls(HWND window) {
     }
     SubclassCommandEdit();
     SubclassOutput();
+    // The pane reaches over the rebar's lower edge, which must not be drawn over the pane's.
+    SetWindowPos(m_hRebar, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     return true;
 }
 

@@ -150,8 +150,8 @@ void GiveTooltip(HWND toolbar, NMHDR* request) {
 
 void ZoTerm::CreateRebar() {
     m_hRebar = CreateWindowExA(WS_EX_TOOLWINDOW, REBARCLASSNAMEA, "",
-                               WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | RBS_VARHEIGHT |
-                                   RBS_BANDBORDERS | CCS_NODIVIDER,
+                               WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS |
+                                   RBS_VARHEIGHT | RBS_BANDBORDERS | CCS_NODIVIDER,
                                0, 0, 0, 0, m_hWnd, nullptr, ProgramModule, nullptr);
 }
 
