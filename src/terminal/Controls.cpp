@@ -71,13 +71,16 @@ void ZoTerm::DestroyControls() {
     DeleteAndClear(m_BandBitmap);
 }
 
+// A combo box that is resized selects all of its text, so what was selected is selected again.
 LRESULT ZoTerm::OnSize(WPARAM wParam, LPARAM lParam) {
+    const LRESULT selection = SendMessageA(m_hCommand, CB_GETEDITSEL, 0, 0);
     SendMessageA(m_hStatus, WM_SIZE, wParam, lParam);
     LayOutStatusBar(LOWORD(lParam));
     SendMessageA(m_hRebar, WM_SIZE, wParam, lParam);
     SendMessageA(m_hCommand, WM_SETFONT, reinterpret_cast<WPARAM>(m_hFont), TRUE);
     SendMessageA(m_hCommand, WM_SIZE, wParam, lParam);
     LayOutPane(LOWORD(lParam), HIWORD(lParam));
+    SendMessageA(m_hCommand, CB_SETEDITSEL, 0, selection);
     RememberWindow();
     return 0;
 }

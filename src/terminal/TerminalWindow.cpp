@@ -13,6 +13,17 @@
 #include <cstring>
 #include <initializer_list>
 
+namespace {
+
+constexpr POINT LeastSize = {320, 240};     // of the window, in pixels
+
+LRESULT OnGetMinMaxInfo(MINMAXINFO& limits) {
+    limits.ptMinTrackSize = LeastSize;
+    return 0;
+}
+
+} // namespace
+
 LRESULT ZoTerm::TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_CREATE: return OnCreate(window);
@@ -37,7 +48,10 @@ LRESULT ZoTerm::TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPA
     return DefWindowProcA(window, message, wParam, lParam);
 }
 
+// A window's size is limited before it is a terminal's.
 LRESULT CALLBACK TerminalClassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_GETMINMAXINFO)
+        return OnGetMinMaxInfo(*reinterpret_cast<MINMAXINFO*>(lParam));
     if (message == WM_CREATE) {
         const auto* creation = reinterpret_cast<CREATESTRUCTA*>(lParam);
         SetWindowLongPtrA(window, GWLP_USERDATA,
