@@ -2,6 +2,8 @@
 
 #include "base/Text.h"
 #include "resources/resource.h"
+#include "terminal/MessageLoop.h"
+#include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
@@ -146,6 +148,28 @@ void GiveTooltip(HWND toolbar, NMHDR* request) {
     wide->hinst = nullptr;
 }
 
+RECT ButtonRect(HWND toolbar, WPARAM index) {
+    RECT rect = {};
+    SendMessageA(toolbar, TB_GETITEMRECT, index, reinterpret_cast<LPARAM>(&rect));
+    return rect;
+}
+
+// The buttons that the window has no room for, or not for the whole of them.
+void AppendHiddenButtons(HMENU menu, HWND toolbar) {
+    RECT room = {};
+    GetClientRect(toolbar, &room);
+    for (std::size_t i = 0; i < std::size(ToolbarButtons); ++i) {
+        const ToolbarButton& entry = ToolbarButtons[i];
+        if (ButtonRect(toolbar, i).right <= room.right)
+            continue;
+        if (entry.command) {
+            const bool enabled = SendMessageA(toolbar, TB_ISBUTTONENABLED, entry.command, 0) != 0;
+            AppendMenuA(menu, enabled ? MF_ENABLED : MF_GRAYED, entry.command, entry.label);
+        } else if (GetMenuItemCount(menu) > 0)
+            AppendMenuA(menu, MF_SEPARATOR, 0, nullptr);
+    }
+}
+
 } // namespace
 
 void ZoTerm::CreateRebar() {
@@ -188,15 +212,36 @@ void ZoTerm::InsertToolbarBand() {
         LoadImageA(ProgramModule, MAKEINTRESOURCEA(IDB_BAND), IMAGE_BITMAP, 0, 0, 0));
     REBARBANDINFOA band = {};
     band.cbSize = sizeof(band);
-    band.fMask = RBBIM_STYLE | RBBIM_BACKGROUND | RBBIM_CHILD | RBBIM_CHILDSIZE | RBBIM_SIZE;
-    band.fStyle = RBBS_CHILDEDGE | RBBS_FIXEDBMP;
+    band.fMask = RBBIM_STYLE | RBBIM_BACKGROUND | RBBIM_CHILD | RBBIM_CHILDSIZE | RBBIM_SIZE |
+                 RBBIM_IDEALSIZE;
+    band.fStyle = RBBS_CHILDEDGE | RBBS_FIXEDBMP | RBBS_USECHEVRON;
     band.hbmBack = m_BandBitmap;
     band.hwndChild = m_hToolbar;
     band.cxMinChild = 0;
     band.cyMinChild = HIWORD(buttonSize) + 2U;
     band.cx = BandWidth;
+    band.cxIdeal = static_cast<UINT>(ButtonRect(m_hToolbar, std::size(ToolbarButtons) - 1).right);
     SendMessageA(m_hRebar, RB_INSERTBANDA, static_cast<WPARAM>(-1),
                  reinterpret_cast<LPARAM>(&band));
+}
+
+// A menu of the buttons that are hidden; what is chosen comes as the button's command. It runs a
+// message loop, and so not while somebody waits, such as a program that pushes the chevron.
+void ZoTerm::OpenChevronMenu(const NMREBARCHEVRON& chevron) {
+    if (SenderWaits()) {
+        PostMessageA(m_hRebar, RB_PUSHCHEVRON, chevron.uBand, chevron.lParamNM);
+        return;
+    }
+    const HMENU menu = CreatePopupMenu();
+    AppendHiddenButtons(menu, m_hToolbar);
+    TPMPARAMS keepFree = {};
+    keepFree.cbSize = sizeof(keepFree);
+    keepFree.rcExclude = chevron.rc;
+    MapWindowPoints(m_hRebar, nullptr, reinterpret_cast<POINT*>(&keepFree.rcExclude), 2);
+    const ModalScope scope(*this, ModalScope::Wait); // a close comes behind the menu's end
+    TrackPopupMenuEx(menu, TPM_VERTICAL, keepFree.rcExclude.left, keepFree.rcExclude.bottom, m_hWnd,
+                     &keepFree);
+    DestroyMenu(menu);
 }
 
 LRESULT ZoTerm::OnNotify(NMHDR* notification) {
@@ -205,6 +250,9 @@ LRESULT ZoTerm::OnNotify(NMHDR* notification) {
     case TTN_NEEDTEXTW: GiveTooltip(m_hToolbar, notification); break;
     case TBN_HOTITEMCHANGE:
         ChangeHotItem(m_hToolbar, *reinterpret_cast<NMTBHOTITEM*>(notification));
+        break;
+    case RBN_CHEVRONPUSHED:
+        OpenChevronMenu(*reinterpret_cast<NMREBARCHEVRON*>(notification));
         break;
     }
     return 0;

@@ -212,6 +212,7 @@ private:
     void CreateToolbar();
     void FillToolbar();
     void InsertToolbarBand();
+    void OpenChevronMenu(const NMREBARCHEVRON& chevron);
     LRESULT OnNotify(NMHDR* notification);
 
     // Status bar (StatusBar.cpp).
