@@ -16,6 +16,13 @@
 namespace {
 
 constexpr POINT LeastSize = {320, 240};     // of the window, in pixels
+constexpr UINT DroppedDataMessage = 0x0049; // carries the names of dropped files between processes
+
+// Lets a start of the program and a file manager reach a terminal that runs as administrator.
+void AdmitLowerIntegrity(HWND window) {
+    for (const UINT message : {UINT{WM_COPYDATA}, UINT{WM_DROPFILES}, DroppedDataMessage})
+        ChangeWindowMessageFilterEx(window, message, MSGFLT_ALLOW, nullptr);
+}
 
 LRESULT OnGetMinMaxInfo(MINMAXINFO& limits) {
     limits.ptMinTrackSize = LeastSize;
@@ -87,6 +94,8 @@ LRESULT ZoTerm::OnCreate(HWND window) {
     m_hWnd = window;
     if (!CreateControls(window))
         return -1;
+    AdmitLowerIntegrity(m_hWnd);
+    AdmitLowerIntegrity(m_hOutput);
     LoadCommandHistory();
     SetFocus(m_hCommand);
     return 0;
