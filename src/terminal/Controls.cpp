@@ -19,6 +19,13 @@ void DestroyControl(HWND& control) {
     control = nullptr;
 }
 
+bool IsHighContrast() {
+    HIGHCONTRASTA contrast = {};
+    contrast.cbSize = sizeof(contrast);
+    return SystemParametersInfoA(SPI_GETHIGHCONTRAST, sizeof(contrast), &contrast, 0) &&
+           (contrast.dwFlags & HCF_HIGHCONTRASTON) != 0;
+}
+
 template <typename Object> void DeleteAndClear(Object& object) {
     if (object)
         DeleteObject(object);
@@ -29,6 +36,7 @@ template <typename Object> void DeleteAndClear(Object& object) {
 
 bool ZoTerm::CreateControls(HWND window) {
     m_hWnd = window;
+    m_HighContrast = IsHighContrast();
     CreateRebar();
     CreateToolbar();
     if (!CreateOutputPane())
@@ -115,9 +123,23 @@ void ZoTerm::RememberWindow() {
 LRESULT ZoTerm::OnControlColor(HDC context, HWND control) {
     const int background = IsWindowEnabled(m_hCommand) ? COLOR_WINDOW : COLOR_BTNFACE;
     if (control == m_hOutput || control == m_hCommand || GetParent(control) == m_hCommand)
-        SetTextColor(context, Settings.m_TextColor);
+        SetTextColor(context,
+                     m_HighContrast ? GetSysColor(COLOR_WINDOWTEXT) : Settings.m_TextColor);
     SetBkColor(context, GetSysColor(background));
     return reinterpret_cast<LRESULT>(GetSysColorBrush(background));
+}
+
+// The system's colors, its contrast or its theme may have changed. The common controls are told of
+// colors by their window.
+LRESULT ZoTerm::OnLookChange(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_SYSCOLORCHANGE)
+        for (const HWND control : {m_hRebar, m_hToolbar, m_hStatus})
+            SendMessageA(control, message, wParam, lParam);
+    m_HighContrast = IsHighContrast();
+    ShowBandPicture();
+    RedrawWindow(m_hWnd, nullptr, nullptr,
+                 RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+    return DefWindowProcA(m_hWnd, message, wParam, lParam);
 }
 
 // Tab moves the keyboard between the two text controls; its character goes into neither.

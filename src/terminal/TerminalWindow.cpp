@@ -45,6 +45,9 @@ LRESULT ZoTerm::TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPA
     case WM_CTLCOLOREDIT:
     case WM_CTLCOLORSTATIC:
         return OnControlColor(reinterpret_cast<HDC>(wParam), reinterpret_cast<HWND>(lParam));
+    case WM_SYSCOLORCHANGE:
+    case WM_SETTINGCHANGE:
+    case WM_THEMECHANGED: return OnLookChange(message, wParam, lParam);
     case WM_COPYDATA: return OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
     case WM_DEVICECHANGE: return OnDeviceChange(wParam, lParam);
     case WM_TIMER: return OnTimer(wParam);

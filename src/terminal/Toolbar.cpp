@@ -215,7 +215,7 @@ void ZoTerm::InsertToolbarBand() {
     band.fMask = RBBIM_STYLE | RBBIM_BACKGROUND | RBBIM_CHILD | RBBIM_CHILDSIZE | RBBIM_SIZE |
                  RBBIM_IDEALSIZE;
     band.fStyle = RBBS_CHILDEDGE | RBBS_FIXEDBMP | RBBS_USECHEVRON;
-    band.hbmBack = m_BandBitmap;
+    band.hbmBack = BandPicture();
     band.hwndChild = m_hToolbar;
     band.cxMinChild = 0;
     band.cyMinChild = HIWORD(buttonSize) + 2U;
@@ -223,6 +223,19 @@ void ZoTerm::InsertToolbarBand() {
     band.cxIdeal = static_cast<UINT>(ButtonRect(m_hToolbar, std::size(ToolbarButtons) - 1).right);
     SendMessageA(m_hRebar, RB_INSERTBANDA, static_cast<WPARAM>(-1),
                  reinterpret_cast<LPARAM>(&band));
+}
+
+// No picture stands behind buttons that are to be clear.
+HBITMAP ZoTerm::BandPicture() const {
+    return m_HighContrast ? nullptr : m_BandBitmap;
+}
+
+void ZoTerm::ShowBandPicture() {
+    REBARBANDINFOA band = {};
+    band.cbSize = sizeof(band);
+    band.fMask = RBBIM_BACKGROUND;
+    band.hbmBack = BandPicture();
+    SendMessageA(m_hRebar, RB_SETBANDINFOA, 0, reinterpret_cast<LPARAM>(&band));
 }
 
 // A menu of the buttons that are hidden; what is chosen comes as the button's command. It runs a

@@ -205,6 +205,7 @@ private:
     void RememberWindow();
     HWND CreateLabel(const char* text);
     LRESULT OnControlColor(HDC context, HWND control);
+    LRESULT OnLookChange(UINT message, WPARAM wParam, LPARAM lParam);
     static bool TakeTab(UINT message, WPARAM key, HWND next); // true: the message ends here
 
     // Rebar and toolbar (Toolbar.cpp).
@@ -212,6 +213,8 @@ private:
     void CreateToolbar();
     void FillToolbar();
     void InsertToolbarBand();
+    HBITMAP BandPicture() const; // null: none
+    void ShowBandPicture();
     void OpenChevronMenu(const NMREBARCHEVRON& chevron);
     LRESULT OnNotify(NMHDR* notification);
 
@@ -289,6 +292,7 @@ private:
 
     std::uint32_t m_ShownFill = 0;  // the gauge's value
     HBITMAP m_BandBitmap = nullptr; // background of the rebar's band
+    bool m_HighContrast = false;    // the user wants the system's colors and no pictures
 
     // Text on its way into the pane, joined until the next append is due.
     wchar_t* m_PaneText = nullptr; // PaneLimit + 1 characters
