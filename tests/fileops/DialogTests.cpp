@@ -34,6 +34,19 @@ int Image(HWND dialog, int row) {
     return item.iImage;
 }
 
+// True when the middle of a button shows its text.
+bool IsDrawn(HWND button) {
+    RECT rect = {};
+    GetClientRect(button, &rect);
+    const HDC context = GetDC(button);
+    bool drawn = false;
+    for (int x = rect.right / 4; x < rect.right * 3 / 4; ++x)
+        drawn = drawn || GetPixel(context, x, rect.bottom / 2) !=
+                             GetPixel(context, rect.right / 4, rect.bottom / 2);
+    ReleaseDC(button, context);
+    return drawn;
+}
+
 class DialogTest : public OperationTest {
 protected:
     // Opens a modal dialog by its command and handles it.
@@ -62,17 +75,22 @@ TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {
         EXPECT_EQ(Image(dialog, 0), 4);
         EXPECT_EQ(Image(dialog, 1), 0);
         EXPECT_EQ(Image(dialog, 2), 1);
-        MoveWindow(dialog, 40, 60, 500, 300, TRUE);
-        RECT client = {};
-        GetClientRect(dialog, &client);
-        RECT list = RectOf(GetDlgItem(dialog, IDC_SUMMARY_LIST));
-        RECT button = RectOf(GetDlgItem(dialog, IDOK));
-        MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&list), 2);
-        MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&button), 2);
-        EXPECT_EQ(list.left, 5);
-        EXPECT_EQ(list.right, client.right - 5);
-        EXPECT_EQ(button.top - list.bottom, 6);
-        EXPECT_EQ(client.bottom - button.bottom, 4);
+        for (const int size : {10, 500, 600, 500}) {
+            MoveWindow(dialog, 40, 60, size, size * 3 / 5, TRUE);
+            UpdateWindow(dialog);
+            RECT client = {};
+            GetClientRect(dialog, &client);
+            RECT list = RectOf(GetDlgItem(dialog, IDC_SUMMARY_LIST));
+            RECT button = RectOf(GetDlgItem(dialog, IDOK));
+            MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&list), 2);
+            MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&button), 2);
+            EXPECT_EQ(list.left, 5);
+            EXPECT_EQ(list.right, client.right - 5);
+            EXPECT_EQ(button.top - list.bottom, 6);
+            EXPECT_EQ(client.bottom - button.bottom, 4);
+            EXPECT_TRUE(client.right > button.right && list.bottom - list.top > 80) << "usable";
+            EXPECT_TRUE(IsDrawn(GetDlgItem(dialog, IDOK))) << size;
+        }
         SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_SETCOLUMNWIDTH, 1, 77);
         place = RectOf(dialog);
         PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);

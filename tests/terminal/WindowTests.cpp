@@ -1,12 +1,10 @@
-// The terminal window: typed lines, device text, layout, toolbar, status bar.
+// The terminal window: typed lines and device text.
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
 #include "rig/Pinger.h"
 #include "rig/Terminal.h"
 #include "terminal/Timers.h"
-
-#include <commctrl.h>
 
 #include <algorithm>
 #include <atomic>
@@ -46,76 +44,7 @@ protected:
         return WaitUntil([&] { return TextOf(OutputOf(*terminal)) == text; });
     }
 
-    void Resize(int clientWidth, int clientHeight) {
-        RECT window = {};
-        RECT client = {};
-        GetWindowRect(terminal->m_hWnd, &window);
-        GetClientRect(terminal->m_hWnd, &client);
-        SetWindowPos(terminal->m_hWnd, nullptr, 0, 0,
-                     clientWidth + (window.right - window.left) - client.right,
-                     clientHeight + (window.bottom - window.top) - client.bottom,
-                     SWP_NOMOVE | SWP_NOZORDER);
-        PumpMessages();
-    }
-
-    int ButtonImage(WORD command) {
-        TBBUTTONINFOA button = {};
-        button.cbSize = sizeof(button);
-        button.dwMask = TBIF_IMAGE;
-        SendMessageA(ToolbarOf(*terminal), TB_GETBUTTONINFOA, command,
-                     reinterpret_cast<LPARAM>(&button));
-        return button.iImage;
-    }
-
-    void HotItemChange(WORD from, WORD to, DWORD flags) {
-        NMTBHOTITEM change = {};
-        change.hdr.hwndFrom = ToolbarOf(*terminal);
-        change.hdr.code = TBN_HOTITEMCHANGE;
-        change.idOld = from;
-        change.idNew = to;
-        change.dwFlags = flags;
-        SendMessageA(terminal->m_hWnd, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&change));
-    }
-
     std::unique_ptr<ComPeer> peer = std::make_unique<ComPeer>();
-};
-
-// The status bar's part as the terminal draws it, on a bitmap of its own.
-class PartCanvas {
-public:
-    static constexpr int Height = 20;
-
-    explicit PartCanvas(int width) : m_Width(width), m_Context(CreateCompatibleDC(nullptr)) {
-        const HDC screen = GetDC(nullptr);
-        m_Bitmap = CreateCompatibleBitmap(screen, width, Height);
-        ReleaseDC(nullptr, screen);
-        SelectObject(m_Context, m_Bitmap);
-    }
-    ~PartCanvas() {
-        DeleteDC(m_Context);
-        DeleteObject(m_Bitmap);
-    }
-    PartCanvas(const PartCanvas&) = delete;
-    PartCanvas& operator=(const PartCanvas&) = delete;
-
-    void Draw(HWND terminal, UINT part, ULONG_PTR value) {
-        RECT all = {0, 0, m_Width, Height};
-        FillRect(m_Context, &all, GetSysColorBrush(COLOR_WINDOW));
-        DRAWITEMSTRUCT item = {};
-        item.CtlID = IDC_STATUS_BAR;
-        item.itemID = part;
-        item.hDC = m_Context;
-        item.rcItem = all;
-        item.itemData = value;
-        SendMessageA(terminal, WM_DRAWITEM, IDC_STATUS_BAR, reinterpret_cast<LPARAM>(&item));
-    }
-
-    COLORREF At(int x) const { return GetPixel(m_Context, x, 1); } // above the text
-
-private:
-    int m_Width;
-    HDC m_Context;
-    HBITMAP m_Bitmap;
 };
 
 } // namespace
@@ -279,87 +208,4 @@ TEST_F(WindowTest, FloodLeavesTheWindowAnswering) {
     }
     device.join();
     EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) > 0; }));
-}
-
-TEST_F(WindowTest, StatusPartsFollowTheWidth) {
-    Start();
-    const struct {
-        int width;
-        int edges[3];
-    } cases[] = {
-        {700, {300, 420, 700}},
-        {600, {300, 400, 600}},
-        {500, {300, 370, 500}},
-        {400, {260, 330, 400}},
-    };
-    for (const auto& expected : cases) {
-        Resize(expected.width, 300);
-        int edges[3] = {};
-        SendMessageA(StatusBarOf(*terminal), SB_GETPARTS, 3, reinterpret_cast<LPARAM>(edges));
-        EXPECT_TRUE(std::equal(edges, edges + 3, expected.edges))
-            << expected.width << ": " << edges[0] << ' ' << edges[1] << ' ' << edges[2];
-    }
-}
-
-TEST_F(WindowTest, PaneFillsWhatTheOtherControlsLeave) {
-    Start();
-    for (const int height : {200, 500}) {
-        Resize(640, height);
-        const auto box = [&](HWND control) {
-            RECT rect = {};
-            GetWindowRect(control, &rect);
-            MapWindowPoints(nullptr, terminal->m_hWnd, reinterpret_cast<POINT*>(&rect), 2);
-            return rect;
-        };
-        const RECT pane = box(OutputOf(*terminal));
-        const RECT command = box(CommandBoxOf(*terminal));
-        EXPECT_EQ(pane.left, 0);
-        EXPECT_EQ(pane.right, 640);
-        EXPECT_EQ(pane.top, box(RebarOf(*terminal)).bottom - 3);
-        EXPECT_EQ(pane.bottom, command.top - 2);
-        EXPECT_EQ(command.bottom, box(StatusBarOf(*terminal)).top);
-        RECT window = {};
-        GetWindowRect(terminal->m_hWnd, &window);
-        EXPECT_EQ(terminal->Settings.m_WindowX, window.left);
-        EXPECT_EQ(terminal->Settings.m_WindowHeight, window.bottom - window.top);
-    }
-}
-
-TEST_F(WindowTest, HotPictureFollowsTheMouse) {
-    StartConnected();
-    HotItemChange(0, CMD_SEND_FILES, HICF_ENTERING);
-    EXPECT_EQ(ButtonImage(CMD_SEND_FILES), 2 + 9);
-    HotItemChange(CMD_SEND_FILES, CMD_SEND_IMAGE, HICF_MOUSE);
-    EXPECT_EQ(ButtonImage(CMD_SEND_FILES), 2);
-    EXPECT_EQ(ButtonImage(CMD_SEND_IMAGE), 3 + 9);
-    HotItemChange(CMD_SEND_IMAGE, 0, HICF_LEAVING);
-    EXPECT_EQ(ButtonImage(CMD_SEND_IMAGE), 3);
-    HotItemChange(0, CMD_SEND_IMAGE, HICF_ENTERING);
-    HotItemChange(0, CMD_SEND_IMAGE, HICF_ENTERING);
-    EXPECT_EQ(ButtonImage(CMD_SEND_IMAGE), 3 + 9) << "a hot picture has no hotter twin";
-
-    Command(CMD_PORT_NONE);
-    HotItemChange(0, CMD_BOOT_FILE, HICF_ENTERING);
-    EXPECT_EQ(ButtonImage(CMD_BOOT_FILE), 1) << "a disabled button stays as it is";
-}
-
-TEST_F(WindowTest, GaugeFillsInTwentySteps) {
-    Start();
-    PartCanvas canvas(120);
-    const COLORREF empty = GetSysColor(COLOR_WINDOW);
-    const auto segments = [&](ULONG_PTR value) {
-        canvas.Draw(terminal->m_hWnd, 1, value);
-        int filled = 0;
-        for (int k = 0; k < 20; ++k)
-            filled += canvas.At(k * 6 + 3) != empty ? 1 : 0;
-        return filled;
-    };
-    EXPECT_EQ(segments(0), 0);
-    EXPECT_EQ(segments(32768), 10);
-    EXPECT_EQ(segments(65535), 20);
-    EXPECT_EQ(canvas.At(3), RGB(55, 55, 55));
-    EXPECT_EQ(canvas.At(60), RGB(155, 155, 155));
-    PartCanvas narrow(19);
-    narrow.Draw(terminal->m_hWnd, 1, 65535);
-    EXPECT_EQ(narrow.At(1), empty);
 }
