@@ -107,9 +107,12 @@ void EndOperation(ZoTerm& terminal, const char* sound, Activity activity) {
     LeaveConversion(terminal.Operation.m_Conversion);
     if (terminal.Operation.m_RenameDialog) // its answer is for this operation only
         EndDialog(terminal.Operation.m_RenameDialog, 0);
+    const bool portLost = terminal.Operation.m_PortLost;
     terminal.Operation = {};
     terminal.SetActivity(activity);
     terminal.EnableCommands(true);
+    if (portLost)
+        terminal.ShowConnection(false);
     SendDlgItemMessageA(dialog, IDC_CLIP, ACM_STOP, 0, 0);
     SendDlgItemMessageA(dialog, IDC_CLIP, ACM_OPENA, 0, 0);
     PlayWav(sound);

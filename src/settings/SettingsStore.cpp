@@ -236,6 +236,8 @@ void ZoTerm::SaveSettings() {
     const OwnedKey key = OpenKey(m_RegKeyPath);
     if (!key)
         return;
+    if (m_Opening) // the port that is wanted still
+        Settings.m_PortNumber = m_OpeningNumber;
     for (const Setting* setting : SavingOrder())
         WriteSetting(Settings, Batch, key.get(), *setting);
 

@@ -15,15 +15,16 @@ constexpr std::uint64_t LongestEnd = 3000; // ms that a canceled operation gets 
 } // namespace
 
 void ZoTerm::SetActivity(Activity activity) {
-    m_Activity = activity;
-    if (activity != Activity::Idle)
+    m_Activity = activity == Activity::Idle && m_Opening ? Activity::Opening : activity;
+    if (m_Activity != Activity::Idle)
         Watch();
     else if (m_CloseWanted)
         LookLater();
 }
 
 bool ZoTerm::OperationRuns() const {
-    return m_Activity != Activity::Idle && m_Activity != Activity::Ending;
+    return m_Activity != Activity::Idle && m_Activity != Activity::Opening &&
+           m_Activity != Activity::Ending;
 }
 
 bool ZoTerm::TakesLists() const {
@@ -57,15 +58,22 @@ LRESULT ZoTerm::OnLook() {
 
 // The terminal may be gone when this returns.
 void ZoTerm::LookAgain() {
+    LookAtOpening();
+    if (Port->IsLost())
+        LosePort();
     TakeAnswers();
-    if (Operation.m_ProgressDialog)
-        SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyTransfer, 0);
+    LookAtOperation();
     LookAtConverter(*this);
     if (Operation.m_WantsName && m_ModalDepth == 0)
         AskForName(*this);
     if (m_Activity == Activity::Ending && !After.consoleWaits)
         FinishBatch(*this);
     CloseIfDue();
+}
+
+void ZoTerm::LookAtOperation() {
+    if (Operation.m_ProgressDialog)
+        SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyTransfer, 0);
 }
 
 void ZoTerm::EnterModal() {
@@ -100,7 +108,8 @@ LRESULT ZoTerm::OnClose() {
 void ZoTerm::CloseIfDue() {
     if (!m_CloseWanted || m_ModalDepth > 0)
         return;
-    if (m_Activity != Activity::Idle && GetTickCount64() < m_CloseBy)
+    const bool waits = m_Activity != Activity::Idle && m_Activity != Activity::Opening;
+    if (waits && GetTickCount64() < m_CloseBy)
         return;
     SendMessageA(m_Dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, m_Slot), 0);
 }

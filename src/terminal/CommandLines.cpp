@@ -55,6 +55,15 @@ void ZoTerm::TakeAnswer(const LineResult& result) {
                      static_cast<LPARAM>(result.tag));
 }
 
+// Their port is gone, and took the results along.
+void ZoTerm::RefuseAwaitedLines() {
+    for (AwaitedLine* line = m_AwaitedLines; line; line = line->below)
+        line->done = true;
+    if (Operation.m_AwaitedLine)
+        SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyAnswer,
+                     static_cast<LPARAM>(Operation.m_AwaitedLine));
+}
+
 // For another program that sends a line and waits for what comes of it: every window of this one
 // goes on meanwhile. Nonzero when the device has accepted it.
 LRESULT ZoTerm::AwaitAnswer(const char* line) {

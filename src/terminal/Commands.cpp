@@ -91,7 +91,7 @@ void ZoTerm::RunMenuMacro(WORD command) {
 }
 
 void ZoTerm::LoadMacros(WORD) {
-    if (ChooseMacrosFile())
+    if (!OperationRuns() && ChooseMacrosFile())
         BuildMacrosMenu();
 }
 
@@ -162,8 +162,14 @@ bool ZoTerm::StartSendBatch(bool image) {
 }
 
 bool ZoTerm::StartSendList(const char* list, std::size_t size) {
+    if (m_Opening && SenderWaits())
+        AwaitOpening();
     const std::size_t checked = CheckedListSize(list, size);
-    return checked > 1 && TakesLists() && Batch.TakeList(list, checked, 0) && StartSendBatch(false);
+    if (checked <= 1 || m_CloseWanted || (!TakesLists() && m_Activity != Activity::Opening) ||
+        !Batch.TakeList(list, checked, 0))
+        return false;
+    m_SendsWhenOpen = m_Opening != nullptr;
+    return m_SendsWhenOpen || StartSendBatch(false);
 }
 
 LRESULT ZoTerm::OnDropFiles(HDROP drop) {

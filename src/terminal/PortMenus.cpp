@@ -11,7 +11,6 @@ namespace {
 
 enum TopMenu { FileMenu, ViewMenu, PortMenu, BaudMenu, MacrosMenu, DeviceMenu };
 
-constexpr std::uint32_t InputBufferSize = 4096;
 constexpr std::int32_t OtherPortPosition = 5;
 
 constexpr std::uint32_t BaudRates[] = {2400, 4800, 9600, 19200, 38400, 57600, 115200};
@@ -71,32 +70,8 @@ UINT DevicePosition(const char* name) {
 
 } // namespace
 
-bool ZoTerm::OpenPort(std::int32_t number, std::uint32_t baud) {
-    char path[32];
-    FormatText(path, "\\\\.\\COM%d", static_cast<int>(number));
-    Port->Close();
-    TakeAnswers(); // what waited was for the device that goes
-    const bool connected = number > 0 && Port->Open(path, baud, InputBufferSize);
-    if (connected)
-        Settings.m_BaudRate = baud;
-    Settings.m_PortNumber = connected ? number : 0;
-    CheckOnly(Popup(m_hWnd, PortMenu), Settings.m_PortNumber < OtherPortPosition
-                                           ? Settings.m_PortNumber
-                                           : OtherPortPosition);
-    if (connected)
-        Port->SetNotify(m_hWnd, LinkMessage, NotifyText | NotifyTransfer);
-    ShowConnection(connected);
-
-    SelectBaudRate(Settings.m_BaudRate);
-    SetStatusPort(Settings.m_PortNumber);
-    char title[64];
-    if (connected)
-        FormatText(title, " Port: COM%d, %s", static_cast<int>(Settings.m_PortNumber),
-                   ProductTitle);
-    else
-        FormatText(title, " Port: NONE, %s", ProductTitle);
-    SetWindowTextA(m_hWnd, title);
-    return connected;
+void ZoTerm::CheckPort(std::int32_t number) {
+    CheckOnly(Popup(m_hWnd, PortMenu), number < OtherPortPosition ? number : OtherPortPosition);
 }
 
 void ZoTerm::ShowConnection(bool connected) {
@@ -110,11 +85,16 @@ void ZoTerm::ShowConnection(bool connected) {
 }
 
 bool ZoTerm::SelectBaudRate(std::uint32_t baud) {
+    const bool taken = TakeBaudRate(baud);
+    SetFocus(m_hCommand);
+    return taken;
+}
+
+bool ZoTerm::TakeBaudRate(std::uint32_t baud) {
     const bool taken = Port->SetBaudRate(baud) || Settings.m_PortNumber == 0;
     if (taken)
         Settings.m_BaudRate = baud;
     CheckOnly(Popup(m_hWnd, BaudMenu), BaudRatePosition(Settings.m_BaudRate));
-    SetFocus(m_hCommand);
     return taken;
 }
 
@@ -130,6 +110,7 @@ void ZoTerm::EnableCommands(bool enable) {
     for (const WORD command : ConnectedButtons)
         EnableButton(m_hToolbar, command, enable);
     EnableButton(m_hToolbar, CMD_RECEIVE_FILE, enable);
+    EnableButton(m_hToolbar, CMD_LOAD_MACROS, enable);
     DrawMenuBar(m_hWnd);
 }
 

@@ -2,16 +2,14 @@
 
 #include "terminal/TerminalWindow.h"
 
-#include "base/Text.h"
+#include "link/PortOpening.h"
 #include "resources/resource.h"
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
-#include <dbt.h>
-
 #include <cstdlib>
-#include <cstring>
 #include <initializer_list>
+#include <utility>
 
 namespace {
 
@@ -81,6 +79,7 @@ bool ZoTerm::MakeParts() {
 
 // A window that was destroyed has taken the link with it.
 ZoTerm::~ZoTerm() {
+    LeaveOpening(m_Opening);
     DestroyComPort(Port);
     std::free(m_PaneText);
     CloseLog();
@@ -88,7 +87,7 @@ ZoTerm::~ZoTerm() {
 
 void ZoTerm::ApplySettings() {
     SelectDevice(Settings.m_DeviceName);
-    OpenPort(Settings.m_PortNumber, Settings.m_BaudRate);
+    BeginOpening(Settings.m_PortNumber, Settings.m_BaudRate);
     BuildMacrosMenu();
     OpenLog();
 }
@@ -107,6 +106,7 @@ LRESULT ZoTerm::OnCreate(HWND window) {
 // Also runs for a window whose creation failed, so it takes what is missing as it is.
 LRESULT ZoTerm::OnDestroy() {
     SaveSettings(); // reads the history out of the command box, so it comes first
+    LeaveOpening(std::exchange(m_Opening, nullptr));
     DestroyComPort(Port);
     Port = nullptr;
     DestroyControls();
@@ -144,30 +144,4 @@ LRESULT ZoTerm::OnLinkNotice(WPARAM kind, LPARAM notification) {
     if (kind == NotifyAnswer)
         TakeAnswers();
     return 0;
-}
-
-// A pulled adapter's driver may leave the open handle silent, so the system's own word counts, and
-// every change among the devices is a reason to ask the port.
-LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
-    if (Settings.m_PortNumber == 0)
-        return TRUE;
-    const auto* removed = reinterpret_cast<const DEV_BROADCAST_PORT_A*>(device);
-    char name[16];
-    FormatText(name, "COM%d", static_cast<int>(Settings.m_PortNumber));
-    const bool named = event == DBT_DEVICEREMOVECOMPLETE && removed &&
-                       removed->dbcp_devicetype == DBT_DEVTYP_PORT &&
-                       _stricmp(removed->dbcp_name, name) == 0;
-    if (named || !Port->Answers())
-        LosePort();
-    return TRUE;
-}
-
-// What runs on the port ends with it: well, if it has come to its end just before.
-void ZoTerm::LosePort() {
-    for (const bool lost : {false, true}) {
-        if (lost)
-            OpenPort(0, Settings.m_BaudRate);
-        if (Operation.m_ProgressDialog)
-            SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyTransfer, 0);
-    }
 }

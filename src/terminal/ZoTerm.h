@@ -25,6 +25,7 @@ constexpr UINT LookMessage = WM_APP + 1; // something waits: see LookAgain
 // What a terminal does. Whoever begins or changes something asks this first.
 enum class Activity {
     Idle,
+    Opening,    // a driver takes its time to open the port
     Converting, // the first file of a batch goes through a converter
     Sending,
     Receiving,
@@ -36,6 +37,7 @@ enum class Activity {
 enum LineTag : std::uint32_t { LineSilent = 0, LineAloud = 1, FirstOwnTag = 16 };
 
 struct Conversion;
+struct PortOpening;
 class PathList;
 
 // The running file operation, with its dialog.
@@ -49,6 +51,7 @@ struct FileOperationState {
     bool m_ClipPlays = false;
     bool m_Begun = false;     // a first transfer has been started
     bool m_Converted = false; // the batch is one converted file
+    bool m_PortLost = false;  // the port has gone meanwhile
     bool m_WantsName = false; // the user is to be asked for the current file's name
 };
 
@@ -84,7 +87,7 @@ public:
     LRESULT TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
     // Starts a batch of the files of a packed list, which may have any origin. True when it runs;
-    // false, with nothing disturbed, while anything else does.
+    // false, with nothing disturbed, while anything else does. A port on its way is waited for.
     bool StartSendList(const char* list, std::size_t size);
 
     // What the terminal does (Activity.cpp).
@@ -105,11 +108,15 @@ public:
     bool QueueLines(const char* lines, std::uint32_t tag); // a packed list: all or none
     std::uint32_t NewTag();
 
-    // Port, baud rate and device (PortMenus.cpp).
-    bool OpenPort(std::int32_t number, std::uint32_t baud); // true when COMn is open afterwards
-    bool SelectBaudRate(std::uint32_t baud);                // true when the rate was taken
+    // The port (Connection.cpp). OpenPort returns true when COMn is open afterwards; the driver's
+    // time passes in steps of the message loop.
+    bool OpenPort(std::int32_t number, std::uint32_t baud);
+
+    // Baud rate and device (PortMenus.cpp).
+    bool SelectBaudRate(std::uint32_t baud); // true when the rate was taken
     void SelectDevice(const char* name);
     void EnableCommands(bool enable); // false: a file operation starts; true: it has ended
+    void ShowConnection(bool connected);
 
     void ShowPortOutput(); // moves what the link received into pane, log and counter
     void SetStatusText(const char* text);
@@ -151,6 +158,15 @@ private:
     LRESULT OnCopyData(const COPYDATASTRUCT& data);
     LRESULT OnTimer(WPARAM timer);
     LRESULT OnLinkNotice(WPARAM kind, LPARAM notification);
+
+    // The port on its way (Connection.cpp).
+    void BeginOpening(std::int32_t number, std::uint32_t baud);
+    void FinishOpening();
+    void AwaitOpening();
+    void LookAtOpening();
+    bool ClosePort();
+    void ReplacePort(ComPort* port);
+    void ShowPort(std::int32_t number);
     LRESULT OnDeviceChange(WPARAM event, LPARAM device);
     void LosePort();
 
@@ -159,6 +175,7 @@ private:
     void OnWatchTimer();
     LRESULT OnLook();
     void LookAgain();
+    void LookAtOperation();
     LRESULT OnClose();
     void CloseIfDue();
     LRESULT OnEndSession(WPARAM ends);
@@ -225,7 +242,8 @@ private:
     void SetStatusPort(std::int32_t number);
     LRESULT OnDrawItem(const DRAWITEMSTRUCT& item);
 
-    void ShowConnection(bool connected); // PortMenus.cpp
+    void CheckPort(std::int32_t number); // PortMenus.cpp
+    bool TakeBaudRate(std::uint32_t baud);
 
     // Command box (CommandBox.cpp) and lines (CommandLines.cpp).
     static LRESULT CALLBACK CommandEditProc(HWND edit, UINT message, WPARAM wParam, LPARAM lParam);
@@ -236,6 +254,7 @@ private:
     bool LinesQueued(bool queued, std::uint32_t tag);
     void TakeAnswers();
     void TakeAnswer(const LineResult& result);
+    void RefuseAwaitedLines();
     LRESULT AwaitAnswer(const char* line);
 
     // Output pane (OutputPane.cpp).
@@ -281,6 +300,14 @@ private:
     std::uint32_t m_OutputCount = 0;
     std::uint32_t m_Timer = 0;
     std::uint32_t m_TimerRestarts = 0;
+
+    PortOpening* m_Opening = nullptr; // none: the port is open, or closed for good
+    std::uint32_t m_OpeningCount = 0;
+    std::int32_t m_OpeningNumber = 0;
+    std::uint32_t m_OpeningBaud = 0;
+    std::uint32_t m_BaudBefore = 0; // the setting when the opening began
+    bool m_OpeningShown = false;    // the status bar speaks of it
+    bool m_SendsWhenOpen = false;   // the command line's files
 
     Activity m_Activity = Activity::Idle;
     int m_ModalDepth = 0;        // message loops below which functions of the terminal stand
