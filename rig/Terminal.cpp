@@ -63,13 +63,13 @@ HWND ToolbarOf(const ZoTerm& terminal) {
     return FindWindowExA(RebarOf(terminal), nullptr, TOOLBARCLASSNAMEA, nullptr);
 }
 
-// The part is drawn by its owner, so its text is a number.
 std::string StatusTextOf(const ZoTerm& terminal) {
     char text[300] = {};
     SendMessageA(StatusBarOf(terminal), SB_GETTEXTA, 0, reinterpret_cast<LPARAM>(text));
     return text;
 }
 
+// The part is drawn by its owner, so its text is a number.
 std::uint32_t GaugeOf(const ZoTerm& terminal) {
     char text[32] = {};
     return static_cast<std::uint32_t>(SendMessageA(StatusBarOf(terminal), SB_GETTEXTA, GaugePart,

@@ -2,14 +2,18 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
+#include "rig/Import.h"
+#include "rig/Pinger.h"
 #include "rig/Rig.h"
 #include "rig/Terminal.h"
 
 #include <dbt.h>
 
 #include <algorithm>
-
+#include <atomic>
 #include <initializer_list>
+
+STAND_IN(CreateFileA);
 
 namespace {
 
@@ -17,6 +21,24 @@ constexpr int FileMenu = 0;
 constexpr int PortMenu = 2;
 constexpr int BaudMenu = 3;
 constexpr int DeviceMenu = 5;
+
+const decltype(&CreateFileA) SystemCreateFile = __imp_CreateFileA;
+
+// A driver that takes its time, and refuses a few times when it has just been closed.
+std::atomic<int> Refusals{0};
+
+HANDLE WINAPI OpensSlowly(const char* path, DWORD access, DWORD share,
+                          SECURITY_ATTRIBUTES* security, DWORD creation, DWORD flags,
+                          HANDLE pattern) {
+    if (std::string(path).rfind("\\\\.\\COM", 0) == 0) {
+        if (Refusals-- > 0) {
+            SetLastError(ERROR_ACCESS_DENIED);
+            return INVALID_HANDLE_VALUE;
+        }
+        Sleep(1000);
+    }
+    return SystemCreateFile(path, access, share, security, creation, flags, pattern);
+}
 
 class ConnectionTest : public TerminalTest {
 protected:
@@ -86,6 +108,50 @@ TEST_F(ConnectionTest, HigherPortNumbersCheckOther) {
     ASSERT_TRUE(terminal->OpenPort(number, 9600));
     EXPECT_EQ(Checked(PortMenu), number >= 5 ? "5" : std::to_string(number));
     EXPECT_EQ(Checked(BaudMenu), "2");
+}
+
+TEST_F(ConnectionTest, SlowDriverHoldsNobody) {
+    const ComPair pair = ReadComPair();
+    const std::string key = SettingsRoot + std::string("\\Instance0");
+    const StandIn driver(__imp_CreateFileA, &OpensSlowly);
+    PlantNumber(key, "Port", static_cast<DWORD>(pair.number));
+    Start();
+    EXPECT_TRUE(IsWindowVisible(terminal->m_hWnd));
+    EXPECT_EQ(StatusTextOf(*terminal), "Opening " + pair.program + "...");
+    EXPECT_FALSE(terminal->TakesLists());
+    Command(CMD_BAUD_9600);
+    EXPECT_TRUE(WaitUntil([&] { return terminal->Settings.m_PortNumber == pair.number; }));
+    EXPECT_EQ(StatusTextOf(*terminal), "");
+    EXPECT_EQ(Checked(BaudMenu), "2") << "what was chosen meanwhile";
+    ExpectConnected(true);
+
+    Refusals = 4; // right after a close
+    {
+        const Pinger pinger(terminal->m_hWnd);
+        EXPECT_TRUE(terminal->OpenPort(pair.number, 9600));
+        EXPECT_LT(pinger.Slowest(), 500U);
+    }
+    Refusals = 0;
+
+    // Another choice, and the end of the terminal, do not wait for the driver either.
+    ULONGLONG start = GetTickCount64();
+    SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR timer, DWORD) {
+        KillTimer(nullptr, timer);
+        SendMessageA(TerminalWindows()[0], WM_COMMAND, CMD_PORT_NONE, 0);
+    });
+    EXPECT_FALSE(terminal->OpenPort(pair.number, 9600));
+    EXPECT_LT(GetTickCount64() - start, 700U);
+    EXPECT_EQ(StatusTextOf(*terminal), "");
+    start = GetTickCount64();
+    SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR timer, DWORD) {
+        KillTimer(nullptr, timer);
+        SendMessageA(TerminalWindows()[0], WM_CLOSE, 0, 0);
+    });
+    EXPECT_FALSE(terminal->OpenPort(pair.number, 9600));
+    EXPECT_TRUE(WaitUntil([] { return TerminalWindows().empty(); }));
+    EXPECT_LT(GetTickCount64() - start, 700U);
+    EXPECT_EQ(FindValue(key, "Port"), "dword:" + std::to_string(pair.number));
+    Sleep(1000); // the driver's end of it
 }
 
 TEST_F(ConnectionTest, BaudRateIsStoredClosedAndTakenOpen) {
