@@ -15,6 +15,7 @@ INT_PTR OnInitDialog(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     AttachOperation(terminal, dialog, Activity::Booting);
     ShowOperation(dialog);
+    SendMessageA(dialog, DM_SETDEFID, IDCANCEL, 0); // what has the keyboard has Enter
     terminal.Batch.m_CancelRequested = 0;
     SetFileLine(dialog, "Booting", terminal.Settings.m_BootFile);
     SetProgressLine(dialog, "Waiting for reboot...");
@@ -32,6 +33,14 @@ INT_PTR OnInitDialog(HWND dialog) {
     return FALSE;
 }
 
+// A hidden button does not keep the keyboard.
+void HideReboot(HWND dialog) {
+    const HWND button = GetDlgItem(dialog, IDC_REBOOT);
+    if (GetFocus() == button)
+        FocusControl(dialog, IDCANCEL);
+    ShowWindow(button, SW_HIDE);
+}
+
 INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     TransferInfo info = {};
@@ -42,8 +51,7 @@ INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     }
     if (news != TransferNews::Progress)
         return TRUE;
-    ShowWindow(GetDlgItem(dialog, IDC_REBOOT), SW_HIDE);
-    SendMessageA(dialog, DM_SETDEFID, IDCANCEL, 0);
+    HideReboot(dialog);
     if (info.Block == 0)
         PlayClip(terminal);
     char text[100];

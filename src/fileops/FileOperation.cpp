@@ -60,7 +60,7 @@ void AttachOperation(ZoTerm& terminal, HWND dialog, Activity activity) {
 
 void ShowOperation(HWND dialog) {
     ShowWindow(dialog, SW_SHOW);
-    SetFocus(GetDlgItem(dialog, IDCANCEL));
+    FocusControl(dialog, IDCANCEL);
 }
 
 void BeginOperation(ZoTerm& terminal, WORD clip) {

@@ -96,7 +96,7 @@ INT_PTR InitRename(HWND dialog) {
     SetDlgItemTextW(dialog, IDC_FILE_LINE, name);
     SetDlgItemTextW(dialog, IDC_NEW_NAME, name);
     SendDlgItemMessageA(dialog, IDC_NEW_NAME, EM_SETSEL, 0, -1);
-    SetFocus(GetDlgItem(dialog, IDC_NEW_NAME));
+    FocusControl(dialog, IDC_NEW_NAME);
     return FALSE;
 }
 

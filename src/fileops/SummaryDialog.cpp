@@ -9,6 +9,7 @@
 #include "terminal/Dialogs.h"
 #include "terminal/ModalScope.h"
 #include "terminal/Module.h"
+#include "terminal/Placement.h"
 #include "terminal/ZoTerm.h"
 
 #include <algorithm>
@@ -145,8 +146,8 @@ HIMAGELIST MakeImages() {
 void Place(const ZoTerm& terminal, HWND dialog) {
     const RECT& rect = terminal.Settings.m_SummaryRect;
     const bool stored = rect.left != 0 || rect.top != 0;
-    if (stored && MonitorFromRect(&rect, MONITOR_DEFAULTTONULL))
-        MoveTo(dialog, rect);
+    if (stored && IsInSight(rect))
+        MoveTo(dialog, FitIfLarger(rect));
     else
         CenterOverTerminal(dialog);
 }

@@ -137,7 +137,7 @@ INT_PTR OnInitDialog(HWND dialog) {
     CenterOverTerminal(dialog);
     const HWND list = GetDlgItem(dialog, IDC_SOUND_LIST);
     FillSoundList(list, *options);
-    SetFocus(list);
+    FocusControl(dialog, IDC_SOUND_LIST);
     ShowSettings(dialog, terminal);
     return FALSE; // the focus is where it belongs
 }

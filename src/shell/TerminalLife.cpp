@@ -3,9 +3,11 @@
 #include "base/Text.h"
 #include "resources/resource.h"
 #include "terminal/Module.h"
+#include "terminal/Placement.h"
 #include "terminal/TerminalWindow.h"
 #include "terminal/ZoTerm.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -53,8 +55,35 @@ void RegisterTerminalClass() {
     RegisterClassA(&terminal);
 }
 
+bool IsDefault(std::int32_t value) {
+    return static_cast<std::uint32_t>(value) == static_cast<std::uint32_t>(CW_USEDEFAULT);
+}
+
+LONG Sum(std::int32_t start, std::int32_t extent) {
+    return static_cast<LONG>(
+        std::clamp<std::int64_t>(std::int64_t{start} + extent, LONG_MIN, LONG_MAX));
+}
+
+// The saved place, as far as it still is one: monitors come and go.
+void PlaceInSight(TermSettings& settings) {
+    if (IsDefault(settings.m_WindowX) || IsDefault(settings.m_WindowWidth) ||
+        IsDefault(settings.m_WindowHeight))
+        return;
+    const RECT saved = {settings.m_WindowX, settings.m_WindowY,
+                        Sum(settings.m_WindowX, settings.m_WindowWidth),
+                        Sum(settings.m_WindowY, settings.m_WindowHeight)};
+    const RECT rect = FitIfLarger(saved);
+    settings.m_WindowX = rect.left;
+    settings.m_WindowY = rect.top;
+    settings.m_WindowWidth = rect.right - rect.left;
+    settings.m_WindowHeight = rect.bottom - rect.top;
+    if (!IsInSight(saved))
+        settings.m_WindowX = settings.m_WindowY = CW_USEDEFAULT;
+}
+
 bool CreateTerminalWindow(ZoTerm& terminal) {
     RegisterTerminalClass();
+    PlaceInSight(terminal.Settings);
     return CreateWindowExA(0, TerminalClassName, ProductTitle,
                            WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, terminal.Settings.m_WindowX,
                            terminal.Settings.m_WindowY, terminal.Settings.m_WindowWidth,

@@ -168,6 +168,8 @@ bool ZoTerm::StartSendList(const char* list, std::size_t size) {
     if (checked <= 1 || m_CloseWanted || (!TakesLists() && m_Activity != Activity::Opening) ||
         !Batch.TakeList(list, checked, 0))
         return false;
+    if (IsIconic(m_hWnd)) // its dialogs would be as hidden as it is
+        ShowWindow(m_hWnd, SW_RESTORE);
     m_SendsWhenOpen = m_Opening != nullptr;
     return m_SendsWhenOpen || StartSendBatch(false);
 }

@@ -1,5 +1,7 @@
 #include "terminal/Dialogs.h"
 
+#include "terminal/Placement.h"
+
 #include <commctrl.h>
 
 ZoTerm& TerminalOfDialog(HWND dialog) {
@@ -92,16 +94,23 @@ void MakeRoomForCheckBox(HWND dialog, int box) {
         InsertColumns(dialog, (rect.left + rect.right) / 2, missing);
 }
 
+// Over a minimized window a dialog waits for it to be restored.
 void CenterOverTerminal(HWND dialog) {
-    RECT parent = {};
+    const HWND terminal = GetParent(dialog);
+    const RECT parent = RestoredRect(terminal);
     RECT own = {};
-    GetWindowRect(GetParent(dialog), &parent);
     GetWindowRect(dialog, &own);
     const LONG width = own.right - own.left;
     const LONG height = own.bottom - own.top;
     const LONG left = (parent.left + parent.right) / 2 - width / 2;
     const LONG top = (parent.top + parent.bottom) / 2 - height / 2;
-    MoveTo(dialog, {left, top, left + width, top + height});
+    const RECT centered = {left, top, left + width, top + height};
+    MoveTo(dialog, IsIconic(terminal) || !IsInSight(centered) ? FitToWorkArea(centered) : centered);
+}
+
+void FocusControl(HWND dialog, int control) {
+    SendMessageA(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(dialog, control)),
+                 TRUE);
 }
 
 void MoveTo(HWND window, const RECT& rect) {

@@ -9,8 +9,13 @@ class ZoTerm;
 // The terminal that owns a dialog.
 ZoTerm& TerminalOfDialog(HWND dialog);
 
-// Moves a dialog over the middle of its terminal's window; it keeps its size.
+// Moves a dialog over the middle of its terminal's window, or to where it can be seen; it keeps its
+// size.
 void CenterOverTerminal(HWND dialog);
+
+// Gives a control of a dialog the keyboard. A button is then the one that Enter presses, and the
+// only one that is drawn so.
+void FocusControl(HWND dialog, int control);
 
 // Places a window, its rectangle given in screen coordinates.
 void MoveTo(HWND window, const RECT& rect);

@@ -20,10 +20,11 @@ HWND ActiveDialog() {
 }
 
 // A progress dialog, which is known by its clip, comes to the front by itself, perhaps under the
-// hands of somebody who types a line: Enter is not for its buttons.
+// hands of somebody who types a line: Enter is not for its buttons. The boot dialog only comes when
+// it is called.
 bool IsStrayEnter(HWND dialog, const MSG& message) {
     return message.message == WM_KEYDOWN && message.wParam == VK_RETURN &&
-           GetDlgItem(dialog, IDC_CLIP);
+           GetDlgItem(dialog, IDC_CLIP) && !GetDlgItem(dialog, IDC_REBOOT);
 }
 
 // A message that the accelerators took still reaches its own window, but makes no character.

@@ -5,6 +5,8 @@
 #include "rig/Rig.h"
 #include "rig/SystemObjects.h"
 #include "settings/MusicSupport.h"
+#include "terminal/Dialogs.h"
+#include "terminal/Placement.h"
 #include "tests/fileops/OperationTest.h"
 
 #include <shlobj.h>
@@ -223,6 +225,30 @@ TEST_F(OperationTest, ReceivedFileIsWholeAndTheConsoleGoesOn) {
     EXPECT_EQ(StatusText(), "Receive failed: no port is open");
 }
 
+TEST_F(OperationTest, HandOverRestoresAMinimizedTerminalWithItsDialogInSight) {
+    StartWithDevice("1 pause 0 1000");
+    SetWindowPos(terminal->m_hWnd, nullptr, -300, 100, 400, 300, SWP_NOZORDER);
+    ShowWindow(terminal->m_hWnd, SW_MINIMIZE);
+    ASSERT_TRUE(IsIconic(terminal->m_hWnd));
+    ASSERT_EQ(HandOver(Packed({File("x.txt", "x")})), 1);
+    EXPECT_FALSE(IsIconic(terminal->m_hWnd));
+    const HWND dialog = terminal->Operation.m_ProgressDialog;
+    EXPECT_TRUE(IsWindowVisible(dialog));
+    EXPECT_TRUE(IsInSight(RectOf(dialog)));
+    ASSERT_TRUE(Ended());
+    ShowWindow(terminal->m_hWnd, SW_MINIMIZE);
+    PostMessageA(terminal->m_hWnd, WM_COMMAND, CMD_ABOUT, 0);
+    const ModalScript about({{"About Console",
+                              [](HWND window) {
+                                  RECT area = {};
+                                  SystemParametersInfoA(SPI_GETWORKAREA, 0, &area, 0);
+                                  const RECT own = RectOf(window);
+                                  EXPECT_TRUE(own.left >= area.left && own.top >= area.top);
+                                  PostMessageA(window, WM_COMMAND, IDOK, 0);
+                              }}});
+    EXPECT_TRUE(WaitUntil([&] { return about.Done(); }));
+}
+
 TEST_F(OperationTest, BootWaitsForTheRestart) {
     sim::DeviceSetup quick;
     quick.restartPause = 100;
@@ -241,11 +267,23 @@ TEST_F(OperationTest, BootWaitsForTheRestart) {
     ASSERT_NE(dialog, nullptr);
     EXPECT_TRUE(IsWindowVisible(dialog));
     EXPECT_EQ(Item(IDC_PROGRESS_LINE), "Waiting for reboot...");
+    SetForegroundWindow(dialog); // the command has given the keyboard to the command box
+    EXPECT_EQ(LOWORD(SendMessageA(dialog, DM_GETDEFID, 0, 0)), IDCANCEL);
+    for (const int focused : {IDCANCEL, IDC_REBOOT}) { // Enter presses the one that is drawn so
+        EXPECT_EQ(GetFocus(), GetDlgItem(dialog, focused));
+        for (const int button : {IDCANCEL, IDC_REBOOT})
+            EXPECT_EQ(GetWindowLongPtrA(GetDlgItem(dialog, button), GWL_STYLE) & BS_TYPEMASK,
+                      button == focused ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON);
+        SendMessageA(dialog, WM_NEXTDLGCTL, 0, FALSE);
+    }
+    FocusControl(dialog, IDC_REBOOT);
     PressButton(IDC_REBOOT);
     EXPECT_TRUE(IsWindowVisible(GetDlgItem(dialog, IDC_REBOOT)));
     EXPECT_TRUE(
         WaitUntil([&] { return Item(IDC_PROGRESS_LINE).rfind("2048 of 3000 (4", 0) == 0; }));
     EXPECT_FALSE(IsWindowVisible(GetDlgItem(dialog, IDC_REBOOT)));
+    EXPECT_EQ(GetFocus(), GetDlgItem(dialog, IDCANCEL));
+    EXPECT_EQ(LOWORD(SendMessageA(dialog, DM_GETDEFID, 0, 0)), IDCANCEL);
     EXPECT_EQ(Bar(IDC_FILE_BAR), 68);
     ASSERT_TRUE(Ended());
     EXPECT_EQ(Stored("default\\new.boot"), std::string(3000, 'b'));

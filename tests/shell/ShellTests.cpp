@@ -165,6 +165,32 @@ TEST_F(ShellTest, WindowPlaceIsKeptForTheNextStart) {
     EXPECT_EQ(rect.bottom - rect.top, 320);
 }
 
+TEST_F(ShellTest, WindowThatWouldBeOutOfSightComesIntoIt) {
+    const std::string key = SettingsRoot + std::string("\\Instance0");
+    RECT area = {};
+    SystemParametersInfoA(SPI_GETWORKAREA, 0, &area, 0);
+    InflateRect(&area, 1, 1); // what a window manager may add
+    const RECT places[] = {{5000, 100, 500, 400},
+                           {100, -3000, 500, 400},
+                           {40, 30, 9000, 8000},
+                           {LONG_MAX, 100, LONG_MAX, 400}};
+    for (const RECT& place : places) { // left, top, width, height
+        PlantNumber(key, "WindowX", static_cast<DWORD>(place.left));
+        PlantNumber(key, "WindowY", static_cast<DWORD>(place.top));
+        PlantNumber(key, "WindowWidth", static_cast<DWORD>(place.right));
+        PlantNumber(key, "WindowHeight", static_cast<DWORD>(place.bottom));
+        Start();
+        RECT rect = {};
+        GetWindowRect(terminal->m_hWnd, &rect);
+        EXPECT_TRUE(rect.left >= area.left && rect.top >= area.top && rect.right <= area.right &&
+                    rect.bottom <= area.bottom)
+            << place.left << ": " << rect.left << " " << rect.top << " " << rect.right << " "
+            << rect.bottom;
+        EXPECT_EQ(rect.right - rect.left == 500, place.right == 500);
+        EXPECT_TRUE(Close());
+    }
+}
+
 // The list of a start that names these files.
 struct Named : PathList {
     Named(std::initializer_list<const wchar_t*> names) {

@@ -1,0 +1,18 @@
+#pragma once
+
+// Where windows may stand so that a person can see and move them. Rectangles are in screen
+// coordinates.
+
+#include <windows.h>
+
+// True when the title bar of a window with this rectangle lies on a monitor.
+bool IsInSight(const RECT& rect);
+
+// The rectangle, made smaller and moved as far as it takes to lie in the nearest work area.
+RECT FitToWorkArea(const RECT& rect);
+
+// FitToWorkArea for one that is larger than the work area; any other stays as it is.
+RECT FitIfLarger(const RECT& rect);
+
+// A window's rectangle; of a minimized one that to which it will be restored.
+RECT RestoredRect(HWND window);
