@@ -15,7 +15,8 @@ enum class Spelling { Exact, MayBeShort };
 // file: then it shows the path with a '?' for each character that cannot be said.
 bool NarrowPath(const wchar_t* path, Spelling spelling, char (&narrow)[MAX_PATH]);
 
-// Writes a path in wide characters, the long names in place of short ones.
+// Writes a path in wide characters, the long names in place of short ones; nothing when it is
+// too long.
 void WidenPath(const char* path, wchar_t (&wide)[MAX_PATH]);
 
 // A packed list of paths that grows.

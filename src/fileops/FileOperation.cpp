@@ -1,5 +1,6 @@
 #include "fileops/FileOperation.h"
 
+#include "base/FileNames.h"
 #include "base/SystemText.h"
 #include "base/Text.h"
 #include "batch/TransferResult.h"
@@ -9,6 +10,8 @@
 #include "terminal/Sounds.h"
 #include "terminal/ZoTerm.h"
 
+#include <cwchar>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -139,9 +142,11 @@ void ForgetOperation(HWND dialog) {
 }
 
 void SetFileLine(HWND dialog, const char* verb, const char* path) {
-    char text[MAX_PATH + 16];
-    FormatText(text, "%s %s", verb, path);
-    SetDlgItemTextA(dialog, IDC_FILE_LINE, text);
+    wchar_t known[MAX_PATH];
+    wchar_t text[MAX_PATH + 16];
+    WidenPath(path, known);
+    std::swprintf(text, std::size(text), L"%hs %ls", verb, known);
+    SetDlgItemTextW(dialog, IDC_FILE_LINE, text);
 }
 
 void SetProgressLine(HWND dialog, const char* text) {

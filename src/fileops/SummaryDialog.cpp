@@ -2,6 +2,7 @@
 
 #include "fileops/SummaryDialog.h"
 
+#include "base/FileNames.h"
 #include "base/Text.h"
 #include "batch/TransferResult.h"
 #include "link/codec/PackedList.h"
@@ -85,13 +86,18 @@ void SetNumber(HWND list, int row, int column, std::uint32_t number) {
     SetCell(list, row, column, text);
 }
 
+// The file goes by the name that the user knows, if that is not too long.
 void InsertRow(HWND list, int row, const char* name, const Status& status) {
-    LVITEMA item = {};
+    LVITEMW item = {};
     item.mask = LVIF_TEXT | LVIF_IMAGE;
     item.iItem = row;
     item.iImage = status.image;
-    item.pszText = const_cast<char*>(name); // only read
-    SendMessageA(list, LVM_INSERTITEMA, 0, reinterpret_cast<LPARAM>(&item));
+    wchar_t path[MAX_PATH];
+    WidenPath(name, path);
+    item.pszText = path;
+    SendMessageA(list, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    if (!path[0])
+        SetCell(list, row, NameColumn, name);
     SetCell(list, row, StatusColumn, status.text);
 }
 
