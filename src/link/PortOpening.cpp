@@ -16,6 +16,7 @@ struct PortOpening {
     PortRequest request;
     ComPort* port = nullptr;
     OwnedHandle ended; // manual-reset event
+    OwnedHandle hurry; // auto-reset event
     HWND window = nullptr;
     UINT message = 0;
 };
@@ -35,14 +36,22 @@ bool MayPass(DWORD error) {
     return error == ERROR_ACCESS_DENIED || error == ERROR_GEN_FAILURE;
 }
 
-void OpenPort(PortOpening& opening) {
+bool OpenOnce(PortOpening& opening) {
     const PortRequest& request = opening.request;
     char path[32];
     FormatText(path, "\\\\.\\COM%d", static_cast<int>(request.number));
-    for (int tries = request.afterClose ? MostTries : 1; !opening.left; Sleep(TryPause))
-        if (opening.port->Open(path, request.baud, request.inSize) || --tries == 0 ||
-            !MayPass(opening.port->LastError()))
-            return;
+    for (int tries = request.afterClose ? MostTries : 1; !opening.left; Sleep(TryPause)) {
+        if (opening.port->Open(path, request.baud, request.inSize))
+            return true;
+        if (--tries == 0 || !MayPass(opening.port->LastError()))
+            break;
+    }
+    return false;
+}
+
+void OpenPort(PortOpening& opening) {
+    while (!OpenOnce(opening) && opening.request.period > 0 && !opening.left)
+        WaitForSingleObject(opening.hurry.get(), opening.request.period);
 }
 
 DWORD WINAPI OpeningThread(void* parameter) {
@@ -64,15 +73,20 @@ PortOpening* StartOpening(const PortRequest& request, HWND window, UINT message)
     opening->request = request;
     opening->port = CreateComPort();
     opening->ended.reset(CreateEventA(nullptr, TRUE, FALSE, nullptr));
+    opening->hurry.reset(CreateEventA(nullptr, FALSE, FALSE, nullptr));
     opening->window = window;
     opening->message = message;
-    const bool made = opening->port && opening->ended;
+    const bool made = opening->port && opening->ended && opening->hurry;
     const OwnedHandle thread(made ? CreateThread(nullptr, 0, &OpeningThread, opening, 0, nullptr)
                                   : nullptr);
     if (thread)
         return opening;
     delete opening;
     return nullptr;
+}
+
+void HurryOpening(const PortOpening* opening) {
+    SetEvent(opening->hurry.get());
 }
 
 bool OpeningEnded(const PortOpening* opening, DWORD limit) {
@@ -89,5 +103,6 @@ void LeaveOpening(PortOpening* opening) {
     if (!opening)
         return;
     opening->left = true;
+    HurryOpening(opening);
     Release(opening);
 }

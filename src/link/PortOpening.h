@@ -10,12 +10,16 @@ struct PortRequest {
     std::int32_t number = 0;  // n of COMn
     std::uint32_t baud = 0;   // bits per second
     std::uint32_t inSize = 0; // bytes of the input buffer
+    DWORD period = 0;         // ms after which a try that failed is repeated; 0: only one counts
     bool afterClose = false;  // a port was closed just before: its driver may still be at it
 };
 
 // GUI thread. Begins to open a port. When that is over, `message` is posted to the window. Null
 // without memory or thread.
 PortOpening* StartOpening(const PortRequest& request, HWND window, UINT message);
+
+// Any thread. Has an opening that is repeated try again at once.
+void HurryOpening(const PortOpening* opening);
 
 // Any thread. Waits at most `limit` ms for the end. True when it is over.
 bool OpeningEnded(const PortOpening* opening, DWORD limit = 0);

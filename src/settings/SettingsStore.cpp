@@ -236,14 +236,14 @@ void ZoTerm::SaveSettings() {
     const OwnedKey key = OpenKey(m_RegKeyPath);
     if (!key)
         return;
-    if (m_Opening) // the port that is wanted still
-        Settings.m_PortNumber = m_OpeningNumber;
+    if (Settings.m_PortNumber == 0)
+        Settings.m_PortNumber = WantedPort();
     for (const Setting* setting : SavingOrder())
         WriteSetting(Settings, Batch, key.get(), *setting);
 
     const auto count = SendMessageA(m_hCommand, CB_GETCOUNT, 0, 0);
     for (std::uint32_t i = 0; i < HistoryLines && static_cast<LRESULT>(i) < count; ++i) {
-        char line[2 * LineRoom]; // a length may be announced twice as large as it is
+        char line[2 * LineRoom] = {}; // a length may be announced twice as large as it is
         if (SendMessageA(m_hCommand, CB_GETLBTEXTLEN, i, 0) >= static_cast<LRESULT>(sizeof(line)))
             continue;
         SendMessageA(m_hCommand, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));

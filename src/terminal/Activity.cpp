@@ -15,7 +15,7 @@ constexpr std::uint64_t LongestEnd = 3000; // ms that a canceled operation gets 
 } // namespace
 
 void ZoTerm::SetActivity(Activity activity) {
-    m_Activity = activity == Activity::Idle && m_Opening ? Activity::Opening : activity;
+    m_Activity = activity == Activity::Idle && OpensPort() ? Activity::Opening : activity;
     if (m_Activity != Activity::Idle)
         Watch();
     else if (m_CloseWanted)

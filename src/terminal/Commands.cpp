@@ -162,7 +162,7 @@ bool ZoTerm::StartSendBatch(bool image) {
 }
 
 bool ZoTerm::StartSendList(const char* list, std::size_t size) {
-    if (m_Opening && SenderWaits())
+    if (OpensPort() && SenderWaits())
         AwaitOpening();
     const std::size_t checked = CheckedListSize(list, size);
     if (checked <= 1 || m_CloseWanted || (!TakesLists() && m_Activity != Activity::Opening) ||
@@ -170,7 +170,7 @@ bool ZoTerm::StartSendList(const char* list, std::size_t size) {
         return false;
     if (IsIconic(m_hWnd)) // its dialogs would be as hidden as it is
         ShowWindow(m_hWnd, SW_RESTORE);
-    m_SendsWhenOpen = m_Opening != nullptr;
+    m_SendsWhenOpen = OpensPort();
     return m_SendsWhenOpen || StartSendBatch(false);
 }
 

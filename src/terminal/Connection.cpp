@@ -1,10 +1,12 @@
 // The terminal's port: how it is opened, closed and lost. A driver may take half a minute to open a
 // port, so a worker does that; the window goes on meanwhile, disconnected.
 
+#include "base/SystemText.h"
 #include "base/Text.h"
 #include "link/PortOpening.h"
 #include "terminal/MessageLoop.h"
 #include "terminal/ModalScope.h"
+#include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
 #include <dbt.h>
@@ -15,50 +17,91 @@ namespace {
 
 constexpr std::uint32_t InputBufferSize = 4096;
 constexpr DWORD QuickOpening = 40; // ms; most ports are open by then
+constexpr UINT LookPeriod = 2000;  // ms between two looks for a port that is gone
+
+// "COM3", and what there is to say of it.
+struct PortSentence {
+    char text[256];
+    PortSentence(std::int32_t number, const char* words) {
+        FormatText(text, "COM%d %s", static_cast<int>(number), words);
+    }
+};
+
+bool IsNotThere(DWORD error) {
+    return error == ERROR_FILE_NOT_FOUND;
+}
+
+// What keeps a port from being opened, behind its name.
+struct WhyNotOpen {
+    char text[200];
+    explicit WhyNotOpen(DWORD error) {
+        char reason[160];
+        FormatSystemError(reason, error);
+        if (IsNotThere(error))
+            CopyText(text, "is not there");
+        else if (error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION)
+            CopyText(text, "is used by another program");
+        else
+            FormatText(text, "cannot be opened: %s", reason);
+    }
+};
 
 } // namespace
 
 // The answer is for callers that need it at once: they wait in the program's own message loop.
 bool ZoTerm::OpenPort(std::int32_t number, std::uint32_t baud) {
-    BeginOpening(number, baud);
+    BeginOpening(number, baud, PortReason::Chosen);
     AwaitOpening();
     return number > 0 && Settings.m_PortNumber == number;
 }
 
-// One that is under way is left.
-void ZoTerm::BeginOpening(std::int32_t number, std::uint32_t baud) {
-    LeaveOpening(std::exchange(m_Opening, nullptr));
+// One that is under way is left, unless it is just this one.
+void ZoTerm::BeginOpening(std::int32_t number, std::uint32_t baud, PortReason reason) {
+    const bool same = OpensPort() && m_OpeningNumber == number && m_OpeningBaud == baud;
+    const bool left = m_Opening && !same;
+    if (left)
+        LeaveOpening(std::exchange(m_Opening, nullptr));
+    StopWaiting();
+    const bool wasOpen = ClosePort();
+    if (number > 0 && !same)
+        StartToOpen(number, baud, 0, wasOpen || left);
+    m_PortReason = reason;
     ++m_OpeningCount;
+    SetActivity(m_Activity == Activity::Opening ? Activity::Idle : m_Activity);
+    if (!m_Opening || OpeningEnded(m_Opening, QuickOpening)) {
+        FinishOpening(number);
+        return;
+    }
+    ShowPort(0);
+    char text[32];
+    FormatText(text, "Opening COM%d...", static_cast<int>(number));
+    SayOfPort(text);
+}
+
+void ZoTerm::StartToOpen(std::int32_t number, std::uint32_t baud, DWORD period, bool afterClose) {
     m_OpeningNumber = number;
     m_OpeningBaud = baud;
     m_BaudBefore = Settings.m_BaudRate;
-    const bool wasOpen = ClosePort();
-    if (number > 0)
-        m_Opening = StartOpening({number, baud, InputBufferSize, wasOpen}, m_hWnd, LookMessage);
-    SetActivity(m_Activity == Activity::Opening ? Activity::Idle : m_Activity);
-    if (!m_Opening || OpeningEnded(m_Opening, QuickOpening)) {
-        FinishOpening();
-        return;
-    }
-    char text[32];
-    FormatText(text, "Opening COM%d...", static_cast<int>(number));
-    SetStatusText(text);
-    m_OpeningShown = true;
-    ShowPort(0);
+    m_Opening =
+        StartOpening({number, baud, InputBufferSize, period, afterClose}, m_hWnd, LookMessage);
 }
 
 // The port is open, or it is not. This may come at any moment: another window keeps the keyboard.
-void ZoTerm::FinishOpening() {
-    bool connected = false;
-    if (m_Opening) {
+void ZoTerm::FinishOpening(std::int32_t number) {
+    const bool tried = m_Opening != nullptr;
+    if (tried)
         ReplacePort(TakePort(std::exchange(m_Opening, nullptr)));
-        connected = Port->SetNotify(m_hWnd, LinkMessage, NotifyText | NotifyTransfer);
-    }
+    const DWORD error = tried ? Port->LastError() : DWORD{ERROR_SUCCESS};
+    const bool connected =
+        tried && Port->SetNotify(m_hWnd, LinkMessage, NotifyText | NotifyTransfer);
+    if (connected)
+        StopWaiting();
     if (connected && Settings.m_BaudRate == m_BaudBefore) // else the user has chosen another
         Settings.m_BaudRate = m_OpeningBaud;
-    if (std::exchange(m_OpeningShown, false))
-        SetStatusText("");
-    ShowPort(connected ? m_OpeningNumber : 0);
+    SayOfPort("");
+    ShowPort(connected ? number : 0);
+    if (tried && !connected)
+        TakeFailedOpening(number, error);
     if (GetActiveWindow() == m_hWnd)
         SetFocus(m_hCommand);
     if (m_Activity == Activity::Opening)
@@ -67,20 +110,63 @@ void ZoTerm::FinishOpening() {
         StartSendBatch(false);
 }
 
+void ZoTerm::TakeFailedOpening(std::int32_t number, DWORD error) {
+    if (m_PortReason == PortReason::Saved && IsNotThere(error))
+        WaitForPort(number);
+    else
+        SayOfPort(PortSentence(number, WhyNotOpen(error).text).text);
+}
+
+// A port that has gone is taken again when it is back. A worker looks for it, in silence: the
+// terminal is as usable as without a port. The timer is for a message of the worker's that gets
+// lost.
+void ZoTerm::WaitForPort(std::int32_t number) {
+    m_AwaitedPort = number;
+    m_PortReason = PortReason::Awaited;
+    StartToOpen(number, Settings.m_BaudRate, LookPeriod, false);
+    SetTimer(m_hWnd, PortTimerId, LookPeriod, nullptr);
+    SayOfPort(PortSentence(number, "is gone, waiting for it").text);
+}
+
+void ZoTerm::StopWaiting() {
+    if (std::exchange(m_AwaitedPort, 0) == 0)
+        return;
+    KillTimer(m_hWnd, PortTimerId);
+    SayOfPort("");
+}
+
+bool ZoTerm::OpensPort() const {
+    return m_Opening && m_PortReason != PortReason::Awaited;
+}
+
+// The port that is to be open, though it is not.
+std::int32_t ZoTerm::WantedPort() const {
+    return OpensPort() ? m_OpeningNumber : m_AwaitedPort;
+}
+
+// What the status bar says of the port lasts until there is something else to say of it.
+void ZoTerm::SayOfPort(const char* text) {
+    if (text[0])
+        SetStatusText(text);
+    else if (m_PortText[0] && StatusTextIs(m_PortText))
+        SetStatusText("");
+    CopyText(m_PortText, text);
+}
+
 // As long as a driver takes. Without a place on the stack for one more wait, it ends later.
 void ZoTerm::AwaitOpening() {
-    if (!m_Opening || SenderWait::TooMany())
+    if (!OpensPort() || SenderWait::TooMany())
         return;
     const ModalScope scope(*this, ModalScope::Wait);
     const SenderWait wait;
     const std::uint32_t mine = m_OpeningCount;
-    while (m_Opening && m_OpeningCount == mine && !m_CloseWanted && MessageStep()) {
+    while (OpensPort() && m_OpeningCount == mine && !m_CloseWanted && MessageStep()) {
     }
 }
 
 void ZoTerm::LookAtOpening() {
     if (m_Opening && OpeningEnded(m_Opening))
-        FinishOpening();
+        FinishOpening(m_OpeningNumber);
 }
 
 // What waited was for the device that goes. True when a port was open. One that its driver holds is
@@ -117,8 +203,10 @@ void ZoTerm::ShowPort(std::int32_t number) {
 }
 
 // A pulled adapter's driver may leave the open handle silent, so the system's own word counts, and
-// every change among the devices is a reason to ask the port.
+// every change among the devices is a reason to ask the port, or for it.
 LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
+    if (m_AwaitedPort && m_Opening)
+        HurryOpening(m_Opening);
     if (Settings.m_PortNumber == 0)
         return TRUE;
     const auto* removed = reinterpret_cast<const DEV_BROADCAST_PORT_A*>(device);
@@ -135,9 +223,11 @@ LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
 // What runs on the port ends with it: well, if it has come to its end just before. Only then the
 // terminal shows that it is disconnected, or the operation's end would enable what needs a port.
 void ZoTerm::LosePort() {
+    const std::int32_t number = Settings.m_PortNumber;
     LookAtOperation();
     ClosePort();
     LookAtOperation();
     Operation.m_PortLost = OperationRuns();
-    BeginOpening(0, Settings.m_BaudRate);
+    BeginOpening(0, Settings.m_BaudRate, PortReason::Chosen);
+    WaitForPort(number);
 }

@@ -5,6 +5,8 @@
 #include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
+#include <cstring>
+
 namespace {
 
 enum Part : WPARAM { TextPart = 0, FillPart = 1, PortPart = 2 };
@@ -142,7 +144,12 @@ void ZoTerm::LayOutStatusBar(int width) {
 }
 
 void ZoTerm::SetStatusText(const char* text) {
+    CopyText(m_StatusText, text);
     SendMessageA(m_hStatus, SB_SETTEXTA, TextPart | SBT_NOBORDERS, reinterpret_cast<LPARAM>(text));
+}
+
+bool ZoTerm::StatusTextIs(const char* text) const {
+    return std::strcmp(m_StatusText, text) == 0;
 }
 
 void ZoTerm::SetStatusFill(std::uint32_t value) {

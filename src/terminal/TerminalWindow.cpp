@@ -87,7 +87,7 @@ ZoTerm::~ZoTerm() {
 
 void ZoTerm::ApplySettings() {
     SelectDevice(Settings.m_DeviceName);
-    BeginOpening(Settings.m_PortNumber, Settings.m_BaudRate);
+    BeginOpening(Settings.m_PortNumber, Settings.m_BaudRate, PortReason::Saved);
     BuildMacrosMenu();
     OpenLog();
 }
@@ -129,6 +129,7 @@ LRESULT ZoTerm::OnTimer(WPARAM timer) {
     case GaugeTimerId: OnGaugeTimer(); break;
     case PaneTimerId: FlushPaneText(); break;
     case SettleTimerId: OnSettled(); break;
+    case PortTimerId: LookAtOpening(); break;
     case WatchTimerId: OnWatchTimer(); break;
     }
     return 0;

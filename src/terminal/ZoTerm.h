@@ -120,7 +120,8 @@ public:
 
     void ShowPortOutput(); // moves what the link received into pane, log and counter
     void SetStatusText(const char* text);
-    void OpenLog(); // anew: the settings may name another file
+    bool StatusTextIs(const char* text) const; // as it was set last
+    void OpenLog();                            // anew: the settings may name another file
 
     // Plans the conversion of a file whose extension is registered (settings/MusicSupport.cpp).
     // True when it is: then `output` is a list of the file that the converter is to write,
@@ -160,8 +161,16 @@ private:
     LRESULT OnLinkNotice(WPARAM kind, LPARAM notification);
 
     // The port on its way (Connection.cpp).
-    void BeginOpening(std::int32_t number, std::uint32_t baud);
-    void FinishOpening();
+    enum class PortReason { Chosen, Saved, Awaited }; // why a port is opened
+    void BeginOpening(std::int32_t number, std::uint32_t baud, PortReason reason);
+    void StartToOpen(std::int32_t number, std::uint32_t baud, DWORD period, bool afterClose);
+    void FinishOpening(std::int32_t number);
+    void TakeFailedOpening(std::int32_t number, DWORD error);
+    void WaitForPort(std::int32_t number);
+    void StopWaiting();
+    bool OpensPort() const;
+    std::int32_t WantedPort() const;
+    void SayOfPort(const char* text);
     void AwaitOpening();
     void LookAtOpening();
     bool ClosePort();
@@ -306,7 +315,9 @@ private:
     std::int32_t m_OpeningNumber = 0;
     std::uint32_t m_OpeningBaud = 0;
     std::uint32_t m_BaudBefore = 0; // the setting when the opening began
-    bool m_OpeningShown = false;    // the status bar speaks of it
+    PortReason m_PortReason = PortReason::Chosen;
+    std::int32_t m_AwaitedPort = 0; // one that is gone, and is taken when it is back; 0: none
+    char m_PortText[256] = {};      // what the status bar said last of the port
     bool m_SendsWhenOpen = false;   // the command line's files
 
     Activity m_Activity = Activity::Idle;
@@ -317,6 +328,7 @@ private:
     std::uint32_t m_LastTag = 0;
     AwaitedLine* m_AwaitedLines = nullptr;
 
+    char m_StatusText[256] = {};
     std::uint32_t m_ShownFill = 0;  // the gauge's value
     HBITMAP m_BandBitmap = nullptr; // background of the rebar's band
     bool m_HighContrast = false;    // the user wants the system's colors and no pictures

@@ -196,20 +196,45 @@ TEST_F(ConnectionTest, BusyStateGraysMenusAndButtons) {
     EXPECT_TRUE(ButtonIsEnabled(CMD_RECEIVE_FILE));
 }
 
-TEST_F(ConnectionTest, PulledCableShowsTheDisconnectedState) {
+TEST_F(ConnectionTest, PortThatIsGoneComesBackByItself) {
     StartConnected();
     const ComPair pair = ReadComPair();
-    if (!CutCable(pair.program))
-        GTEST_SKIP() << "this null modem cannot be cut";
-    EXPECT_TRUE(WaitUntil([&] { return terminal->Settings.m_PortNumber == 0; }));
-    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
-    ExpectConnected(false);
-    RestoreCable(pair.program);
-    EXPECT_TRUE(terminal->OpenPort(pair.number, 57600));
-
+    const auto isOpen = [&] { return terminal->Settings.m_PortNumber == pair.number; };
+    for (const bool arrives : {false, true}) {
+        if (!CutCable(pair.program))
+            GTEST_SKIP() << "this null modem cannot be cut";
+        EXPECT_TRUE(WaitUntil([&] { return !isOpen(); }));
+        EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
+        EXPECT_EQ(StatusTextOf(*terminal), pair.program + " is gone, waiting for it");
+        EXPECT_TRUE(terminal->TakesLists()) << "a look for the port disturbs nobody";
+        ExpectConnected(false);
+        EXPECT_FALSE(WaitUntil(isOpen, arrives ? 10 : 2500));
+        RestoreCable(pair.program);
+        if (arrives)
+            SendMessageA(terminal->m_hWnd, WM_DEVICECHANGE, DBT_DEVICEARRIVAL, 0);
+        EXPECT_TRUE(WaitUntil(isOpen, arrives ? 1000 : 5000));
+        EXPECT_EQ(StatusTextOf(*terminal), "");
+        ExpectConnected(true);
+    }
     // A notice that the lost port left behind must not close the new one.
     SendMessageA(terminal->m_hWnd, LinkMessage, NotifyLost, 0);
-    EXPECT_EQ(terminal->Settings.m_PortNumber, pair.number);
+    EXPECT_TRUE(isOpen());
+}
+
+TEST_F(ConnectionTest, SavedPortThatIsNotThereIsWaitedForUntilAnotherChoice) {
+    const std::string key = SettingsRoot + std::string("\\Instance0");
+    PlantNumber(key, "Port", 199);
+    Start();
+    EXPECT_EQ(StatusTextOf(*terminal), "COM199 is gone, waiting for it");
+    EXPECT_TRUE(Close());
+    EXPECT_EQ(FindValue(key, "Port"), "dword:199");
+    Start();
+    EXPECT_FALSE(terminal->OpenPort(198, 9600));
+    EXPECT_EQ(StatusTextOf(*terminal), "COM198 is not there");
+    Command(CMD_PORT_NONE);
+    EXPECT_EQ(StatusTextOf(*terminal), "");
+    EXPECT_TRUE(Close());
+    EXPECT_EQ(FindValue(key, "Port"), "dword:0");
 }
 
 TEST_F(ConnectionTest, RemovedDeviceIsNoticedByItsName) {
