@@ -25,6 +25,20 @@ INT_PTR Close(HWND dialog, INT_PTR result) {
     return TRUE;
 }
 
+// A dialog for one field: what shows it, and what OK does with it.
+template <INT_PTR (*Show)(HWND), INT_PTR (*Take)(HWND)>
+INT_PTR CALLBACK FieldDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+    switch (message) {
+    case WM_INITDIALOG: return Show(dialog);
+    case WM_COMMAND:
+        switch (LOWORD(wParam)) {
+        case IDOK: return Take(dialog);
+        case IDCANCEL: return Close(dialog, 0);
+        }
+    }
+    return FALSE;
+}
+
 INT_PTR InitPort(HWND dialog) {
     CenterOverTerminal(dialog);
     SetDlgItemInt(dialog, IDC_NAME,
@@ -43,16 +57,20 @@ INT_PTR OpenTypedPort(HWND dialog) {
     return Close(dialog, 0);
 }
 
-INT_PTR CALLBACK PortDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
-    switch (message) {
-    case WM_INITDIALOG: return InitPort(dialog);
-    case WM_COMMAND:
-        switch (LOWORD(wParam)) {
-        case IDOK: return OpenTypedPort(dialog);
-        case IDCANCEL: return Close(dialog, 0);
-        }
-    }
-    return FALSE;
+INT_PTR InitBaudRate(HWND dialog) {
+    CenterOverTerminal(dialog);
+    SetDlgItemInt(dialog, IDC_NAME, TerminalOfDialog(dialog).Settings.m_BaudRate, FALSE);
+    return TRUE;
+}
+
+// A rate that the port refuses leaves the dialog open.
+INT_PTR SetTypedBaudRate(HWND dialog) {
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    BOOL isNumber = FALSE;
+    const UINT rate = GetDlgItemInt(dialog, IDC_NAME, &isNumber, FALSE);
+    const bool taken =
+        isNumber && rate > 0 && terminal.MayChangeLine() && terminal.SelectBaudRate(rate);
+    return taken ? Close(dialog, 0) : TRUE;
 }
 
 INT_PTR InitDevice(HWND dialog) {
@@ -69,18 +87,6 @@ INT_PTR SetTypedDevice(HWND dialog) {
                     sizeof(terminal.Settings.m_DeviceName));
     terminal.SelectDevice(terminal.Settings.m_DeviceName);
     return Close(dialog, 0);
-}
-
-INT_PTR CALLBACK DeviceDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
-    switch (message) {
-    case WM_INITDIALOG: return InitDevice(dialog);
-    case WM_COMMAND:
-        switch (LOWORD(wParam)) {
-        case IDOK: return SetTypedDevice(dialog);
-        case IDCANCEL: return Close(dialog, 0);
-        }
-    }
-    return FALSE;
 }
 
 INT_PTR InitRename(HWND dialog) {
@@ -146,11 +152,15 @@ INT_PTR CALLBACK AboutDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 } // namespace
 
 void OpenPortDialog(ZoTerm& terminal) {
-    Run(terminal, IDD_OPEN_PORT, &PortDialog);
+    Run(terminal, IDD_OPEN_PORT, &FieldDialog<&InitPort, &OpenTypedPort>);
+}
+
+void OpenBaudRateDialog(ZoTerm& terminal) {
+    Run(terminal, IDD_BAUD_RATE, &FieldDialog<&InitBaudRate, &SetTypedBaudRate>);
 }
 
 void OpenDeviceDialog(ZoTerm& terminal) {
-    Run(terminal, IDD_SELECT_DEVICE, &DeviceDialog);
+    Run(terminal, IDD_SELECT_DEVICE, &FieldDialog<&InitDevice, &SetTypedDevice>);
 }
 
 void OpenAboutDialog(ZoTerm& terminal) {

@@ -6,6 +6,7 @@
 class ZoTerm;
 
 void OpenPortDialog(ZoTerm& terminal);
+void OpenBaudRateDialog(ZoTerm& terminal);
 void OpenDeviceDialog(ZoTerm& terminal);
 void OpenAboutDialog(ZoTerm& terminal);
 

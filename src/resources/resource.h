@@ -21,6 +21,7 @@
 #define IDD_RENAME           133
 #define IDD_RECEIVE          134
 #define IDD_SELECT_DEVICE    135
+#define IDD_BAUD_RATE        136
 #define IDB_BAND             256
 #define IDV_RECEIVE          258
 #define IDV_SEND             259
@@ -95,4 +96,10 @@
 #define CMD_DEVICE_MP3     40036
 #define CMD_DEVICE_CUSTOM  40037
 #define CMD_RECEIVE_FILE   40038
+#define CMD_BAUD_230400    40140
+#define CMD_BAUD_460800    40141
+#define CMD_BAUD_921600    40142
+#define CMD_BAUD_OTHER     40143
+#define CMD_PORT_FOUND     41000 // and n of a port that exists
+#define CMD_PORT_FOUND_END 49999
 #define CMD_ARRANGE        57649

@@ -58,6 +58,10 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
         {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, &ZoTerm::ChooseDevice, Opens::Modal, Then::Nothing},
         {CMD_RECEIVE_FILE, CMD_RECEIVE_FILE, &ZoTerm::ReceiveFile, Opens::Modal, Then::Focus},
         {CMD_ARRANGE, CMD_ARRANGE, nullptr, Opens::Nothing, Then::Focus},
+        {CMD_BAUD_230400, CMD_BAUD_921600, &ZoTerm::SelectMenuBaudRate, Opens::Nothing,
+         Then::Nothing},
+        {CMD_BAUD_OTHER, CMD_BAUD_OTHER, &ZoTerm::ChooseBaudRate, Opens::Modal, Then::Nothing},
+        {CMD_PORT_FOUND, CMD_PORT_FOUND_END, &ZoTerm::OpenFoundPort, Opens::Nothing, Then::Nothing},
     };
     if (command == IDC_COMMAND)
         return notification == EnterPressed ? SendTypedLine() : 0;
@@ -132,6 +136,10 @@ void ZoTerm::ReceiveFile(WORD) {
 
 void ZoTerm::ChoosePort(WORD) {
     OpenPortDialog(*this);
+}
+
+void ZoTerm::ChooseBaudRate(WORD) {
+    OpenBaudRateDialog(*this);
 }
 
 void ZoTerm::ChooseDevice(WORD) {

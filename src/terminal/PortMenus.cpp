@@ -1,19 +1,37 @@
 // The Port, Baud Rate and Device menus, and what a connection or a file operation enables.
 
 #include "base/Text.h"
+#include "link/PortList.h"
 #include "resources/resource.h"
 #include "terminal/ZoTerm.h"
 
 #include <cstring>
+#include <cwchar>
 #include <iterator>
+#include <memory>
+#include <new>
 
 namespace {
 
 enum TopMenu { FileMenu, ViewMenu, PortMenu, BaudMenu, MacrosMenu, DeviceMenu };
 
 constexpr std::int32_t OtherPortPosition = 5;
+constexpr int FixedPortItems = 6;
+constexpr std::size_t MostPorts = 256; // in the menu
+constexpr UINT PortsOfAColumn = 30;
 
-constexpr std::uint32_t BaudRates[] = {2400, 4800, 9600, 19200, 38400, 57600, 115200};
+struct BaudRate {
+    WORD command;
+    std::uint32_t rate; // bits per second
+};
+
+// In the order of the menu.
+constexpr BaudRate BaudRates[] = {
+    {CMD_BAUD_2400, 2400},     {CMD_BAUD_4800, 4800},     {CMD_BAUD_9600, 9600},
+    {CMD_BAUD_19200, 19200},   {CMD_BAUD_38400, 38400},   {CMD_BAUD_57600, 57600},
+    {CMD_BAUD_115200, 115200}, {CMD_BAUD_230400, 230400}, {CMD_BAUD_460800, 460800},
+    {CMD_BAUD_921600, 921600},
+};
 
 struct Device {
     WORD command;
@@ -56,7 +74,7 @@ void EnableButton(HWND toolbar, WORD command, bool enable) {
 
 int BaudRatePosition(std::uint32_t baud) {
     for (std::size_t i = 0; i < std::size(BaudRates); ++i)
-        if (BaudRates[i] == baud)
+        if (BaudRates[i].rate == baud)
             return static_cast<int>(i);
     return -1;
 }
@@ -68,7 +86,48 @@ UINT DevicePosition(const char* name) {
     return CustomDevicePosition;
 }
 
+// A port's item: its name and what it is. An ampersand is doubled, or it would underline what
+// follows.
+void AppendPort(HMENU menu, const SerialPort& port, UINT flags) {
+    wchar_t label[2 * std::size(SerialPort{}.description) + 16];
+    int length = std::swprintf(label, std::size(label), L"COM%d%ls", static_cast<int>(port.number),
+                               port.description[0] ? L"  " : L"");
+    for (const wchar_t* at = port.description; *at; ++at) {
+        if (*at == L'&')
+            label[length++] = L'&';
+        label[length++] = *at < L' ' ? L' ' : *at;
+    }
+    label[length] = L'\0';
+    AppendMenuW(menu, flags, CMD_PORT_FOUND + static_cast<UINT>(port.number), label);
+}
+
 } // namespace
+
+// When the Port menu opens, it lists the ports that exist at this moment below its fixed items.
+LRESULT ZoTerm::OnInitMenuPopup(HMENU menu) {
+    if (menu != Popup(m_hWnd, PortMenu))
+        return 0;
+    while (GetMenuItemCount(menu) > FixedPortItems)
+        DeleteMenu(menu, FixedPortItems, MF_BYPOSITION);
+    const std::unique_ptr<SerialPort[]> ports(new (std::nothrow) SerialPort[MostPorts]);
+    const std::size_t count = ports ? ListSerialPorts(ports.get(), MostPorts) : 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (ports[i].number > CMD_PORT_FOUND_END - CMD_PORT_FOUND)
+            break;
+        const bool open = ports[i].number == Settings.m_PortNumber;
+        if (i == 0)
+            AppendMenuA(menu, MF_SEPARATOR, 0, nullptr);
+        const bool column = i > 0 && i % PortsOfAColumn == 0;
+        AppendPort(menu, ports[i],
+                   (open ? MF_CHECKED : MF_UNCHECKED) | (column ? MF_MENUBARBREAK : 0U));
+    }
+    return 0;
+}
+
+void ZoTerm::OpenFoundPort(WORD command) {
+    if (MayChangeLine())
+        OpenPort(command - CMD_PORT_FOUND, Settings.m_BaudRate);
+}
 
 void ZoTerm::CheckPort(std::int32_t number) {
     CheckOnly(Popup(m_hWnd, PortMenu), number < OtherPortPosition ? number : OtherPortPosition);
@@ -115,8 +174,9 @@ void ZoTerm::EnableCommands(bool enable) {
 }
 
 void ZoTerm::SelectMenuBaudRate(WORD command) {
-    if (MayChangeLine())
-        SelectBaudRate(BaudRates[command - CMD_BAUD_2400]);
+    for (const BaudRate& entry : BaudRates)
+        if (entry.command == command && MayChangeLine())
+            SelectBaudRate(entry.rate);
 }
 
 void ZoTerm::OpenMenuPort(WORD command) {

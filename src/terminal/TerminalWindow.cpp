@@ -46,6 +46,7 @@ LRESULT ZoTerm::TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPA
     case WM_SYSCOLORCHANGE:
     case WM_SETTINGCHANGE:
     case WM_THEMECHANGED: return OnLookChange(message, wParam, lParam);
+    case WM_INITMENUPOPUP: return OnInitMenuPopup(reinterpret_cast<HMENU>(wParam));
     case WM_COPYDATA: return OnCopyData(*reinterpret_cast<const COPYDATASTRUCT*>(lParam));
     case WM_DEVICECHANGE: return OnDeviceChange(wParam, lParam);
     case WM_TIMER: return OnTimer(wParam);

@@ -199,6 +199,8 @@ private:
     void Exit(WORD command);
     void SelectMenuBaudRate(WORD command);
     void OpenMenuPort(WORD command);
+    void OpenFoundPort(WORD command);
+    void ChooseBaudRate(WORD command);
     void ClearOutput(WORD command);
     void NewWindow(WORD command);
     void SelectMenuDevice(WORD command);
@@ -251,7 +253,8 @@ private:
     void SetStatusPort(std::int32_t number);
     LRESULT OnDrawItem(const DRAWITEMSTRUCT& item);
 
-    void CheckPort(std::int32_t number); // PortMenus.cpp
+    LRESULT OnInitMenuPopup(HMENU menu); // PortMenus.cpp
+    void CheckPort(std::int32_t number);
     bool TakeBaudRate(std::uint32_t baud);
 
     // Command box (CommandBox.cpp) and lines (CommandLines.cpp).

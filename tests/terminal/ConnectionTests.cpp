@@ -92,6 +92,23 @@ TEST_F(ConnectionTest, PortMenuOpensAndCloses) {
     ExpectConnected(true);
 }
 
+TEST_F(ConnectionTest, PortMenuListsWhatExistsAndOpensIt) {
+    StartConnected();
+    const HMENU menu = GetSubMenu(GetMenu(terminal->m_hWnd), PortMenu);
+    const auto found = static_cast<UINT>(CMD_PORT_FOUND + ReadComPair().number);
+    for (const bool open : {true, false}) { // the list is that of the moment
+        SendMessageA(terminal->m_hWnd, WM_INITMENUPOPUP, reinterpret_cast<WPARAM>(menu), PortMenu);
+        char label[128] = {};
+        GetMenuStringA(menu, found, label, sizeof(label), MF_BYCOMMAND);
+        EXPECT_EQ(std::string(label).rfind(ReadComPair().program, 0), 0U) << label;
+        EXPECT_EQ((GetMenuState(menu, found, MF_BYCOMMAND) & MF_CHECKED) != 0, open);
+        EXPECT_EQ(GetMenuState(menu, CMD_PORT_FOUND + 199, MF_BYCOMMAND), static_cast<UINT>(-1));
+        Command(CMD_PORT_NONE);
+    }
+    Command(found);
+    ExpectConnected(true);
+}
+
 TEST_F(ConnectionTest, PortThatCannotBeOpenedLeavesNoneOpen) {
     StartConnected();
     EXPECT_FALSE(terminal->OpenPort(199, 9600));
@@ -163,6 +180,10 @@ TEST_F(ConnectionTest, BaudRateIsStoredClosedAndTakenOpen) {
     Command(CMD_BAUD_2400);
     EXPECT_EQ(terminal->Settings.m_BaudRate, 2400U);
     EXPECT_EQ(Checked(BaudMenu), "0");
+
+    Command(CMD_BAUD_921600);
+    EXPECT_EQ(terminal->Settings.m_BaudRate, 921600U);
+    EXPECT_EQ(Checked(BaudMenu), "9");
 
     EXPECT_TRUE(terminal->SelectBaudRate(300));
     EXPECT_EQ(Checked(BaudMenu), "") << "no item stands for 300";
