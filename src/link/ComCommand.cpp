@@ -122,10 +122,10 @@ void ComPort::RefuseWaitingLines() {
 }
 
 // A line of the terminal that meets packets would be read as one of them.
-bool ComPort::Exchange(const QueuedLine& line) {
-    const bool refused = !line.Worker() && (m_RawAhead || WaitForSingleObject(m_RefuseLinesEvent,
-                                                                              0) == WAIT_OBJECT_0);
-    if (refused || m_Lost)
+bool ComPort::Exchange(QueuedLine& line) {
+    line.answered = !line.Worker() && (m_RawAhead || WaitForSingleObject(m_RefuseLinesEvent, 0) ==
+                                                         WAIT_OBJECT_0); // by the port itself
+    if (line.answered || m_Lost)
         return false;
     const std::unique_ptr<std::uint8_t[]> wire(new (std::nothrow)
                                                    std::uint8_t[CommandLineRoom(line.length)]);
@@ -138,18 +138,18 @@ bool ComPort::Exchange(const QueuedLine& line) {
 
 // A line that takes no bytes brings no answer either: no second wait for that. The device does not
 // answer an empty line.
-bool ComPort::SendAndAwait(const QueuedLine& line, const std::uint8_t* wire, std::size_t length) {
+bool ComPort::SendAndAwait(QueuedLine& line, const std::uint8_t* wire, std::size_t length) {
     AwaitAnswer();
     const bool written = WriteWithin(wire, static_cast<std::uint32_t>(length), CommandTimeout);
     if (wire[0] == '\n') {
-        TakeCommandAnswer();
+        TakeCommandAnswer(line);
         return true;
     }
     if (written) {
         const HANDLE ends[] = {m_CommandEvent, m_AbortWaitsEvent, m_RefuseLinesEvent};
         WaitForMultipleObjects(line.Worker() ? 2 : 3, ends, FALSE, CommandTimeout);
     }
-    return TakeCommandAnswer();
+    return TakeCommandAnswer(line);
 }
 
 // From here on an answer byte is the line's. It must not be read together with the reply behind
@@ -166,9 +166,10 @@ void ComPort::AwaitAnswer() {
 }
 
 // Ends the wait. An answer that comes later is nobody's.
-bool ComPort::TakeCommandAnswer() {
+bool ComPort::TakeCommandAnswer(QueuedLine& line) {
     const InputLock lock(*this);
     const bool accepted = m_CommandAnswer == AnswerAccepted;
+    line.answered = m_CommandAnswer != AnswerPending;
     m_CommandAnswer = AnswerNone;
     m_AnswerAwaited = false;
     return accepted;

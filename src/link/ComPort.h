@@ -233,10 +233,10 @@ private:
     QueuedLine* NextLine();
     void FinishLine(QueuedLine* line, bool accepted);
     bool Ask(const char* line, HANDLE giveUp, bool entersRaw);
-    bool Exchange(const QueuedLine& line);
-    bool SendAndAwait(const QueuedLine& line, const std::uint8_t* wire, std::size_t length);
+    bool Exchange(QueuedLine& line);
+    bool SendAndAwait(QueuedLine& line, const std::uint8_t* wire, std::size_t length);
     void AwaitAnswer();
-    bool TakeCommandAnswer();
+    bool TakeCommandAnswer(QueuedLine& line);
     void RefuseWaitingLines();
 
     // What sends and receives share (ComTransfer.cpp).

@@ -1,5 +1,7 @@
 #include "link/LineQueue.h"
 
+#include "base/Text.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -88,7 +90,8 @@ bool LineQueue::TakeResult(LineResult* result) {
     QueuedLine* const line = m_Results.TakeFirst();
     if (!line)
         return false;
-    *result = {line->tag, line->accepted};
+    *result = {line->tag, line->accepted, line->answered};
+    CopyText(result->text, line->Text());
     --m_Awaited;
     Free(line);
     return true;

@@ -12,6 +12,8 @@
 struct LineResult {
     std::uint32_t tag = 0; // as it was given with the line
     bool accepted = false;
+    bool answered = false; // false: the device said nothing
+    char text[256] = {};   // the line, as much of it as fits
 };
 
 struct QueuedLine {
@@ -20,6 +22,7 @@ struct QueuedLine {
     HANDLE done = nullptr;  // of a worker's line: set at its end, and the worker frees the line
     bool entersRaw = false; // once it is accepted, the line carries packets
     bool accepted = false;
+    bool answered = false;
     std::size_t length = 0;
 
     bool Worker() const { return done != nullptr; }

@@ -21,7 +21,7 @@ ZoTerm* TerminalOfEdit(HWND edit) {
 } // namespace
 
 LRESULT CALLBACK ZoTerm::CommandEditProc(HWND edit, UINT message, WPARAM wParam, LPARAM lParam) {
-    const ZoTerm* terminal = TerminalOfEdit(edit);
+    ZoTerm* const terminal = TerminalOfEdit(edit);
     if (!terminal)
         return DefWindowProcW(edit, message, wParam, lParam);
     if (message == WM_CHAR && wParam == ReturnCharacter &&
@@ -31,6 +31,8 @@ LRESULT CALLBACK ZoTerm::CommandEditProc(HWND edit, UINT message, WPARAM wParam,
         return 0;
     }
     if (TakeTab(message, wParam, terminal->m_hOutput))
+        return 0;
+    if (message == WM_PASTE && terminal->PasteLines(edit))
         return 0;
     return CallWindowProcW(terminal->m_OldCommandEditProc, edit, message, wParam, lParam);
 }

@@ -1,6 +1,7 @@
 // Command lines on their way to the device, and what comes of them. The port sends one after the
 // other; the window never waits.
 
+#include "base/Text.h"
 #include "terminal/MessageLoop.h"
 #include "terminal/ModalScope.h"
 #include "terminal/Sounds.h"
@@ -20,19 +21,30 @@ std::uint32_t ZoTerm::NewTag() {
 }
 
 bool ZoTerm::QueueLine(const char* line, std::uint32_t tag) {
-    return LinesQueued(Port->QueueCommand(line, tag), tag);
+    return LinesQueued(Port->QueueCommand(line, tag), line, tag);
 }
 
 bool ZoTerm::QueueLines(const char* lines, std::uint32_t tag) {
-    return LinesQueued(Port->QueueCommands(lines, tag), tag);
+    return LinesQueued(Port->QueueCommands(lines, tag), lines, tag);
 }
 
-bool ZoTerm::LinesQueued(bool queued, std::uint32_t tag) {
-    if (queued)
+// What was said of an earlier line lasts until a person sends the next.
+bool ZoTerm::LinesQueued(bool queued, const char* line, std::uint32_t tag) {
+    if (tag == LineAloud)
+        Say(m_LineNote, "");
+    if (queued) {
         Watch();
-    else if (tag == LineAloud)
+    } else if (tag == LineAloud) {
         PlayWav(Settings.m_CmdErrWav);
+        SayOfLine("Refused", line);
+    }
     return queued;
+}
+
+void ZoTerm::SayOfLine(const char* what, const char* line) {
+    StatusNote text;
+    FormatText(text, "%s: %s", what, line);
+    Say(m_LineNote, text);
 }
 
 void ZoTerm::TakeAnswers() {
@@ -50,6 +62,8 @@ void ZoTerm::TakeAnswer(const LineResult& result) {
         }
     if (aloud)
         PlayWav(result.accepted ? Settings.m_CmdWav : Settings.m_CmdErrWav);
+    if (aloud && !result.accepted)
+        SayOfLine(result.answered ? "Refused" : "No answer", result.text);
     if (result.tag >= FirstOwnTag && result.tag == Operation.m_AwaitedLine)
         SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyAnswer,
                      static_cast<LPARAM>(result.tag));
@@ -68,6 +82,7 @@ void ZoTerm::RefuseAwaitedLines() {
 // goes on meanwhile. Nonzero when the device has accepted it.
 LRESULT ZoTerm::AwaitAnswer(const char* line) {
     AwaitedLine awaited = {NewTag()};
+    Say(m_LineNote, "");
     if (!QueueLine(line, awaited.tag)) {
         PlayWav(Settings.m_CmdErrWav);
         return 0;

@@ -75,7 +75,7 @@ void ZoTerm::BeginOpening(std::int32_t number, std::uint32_t baud, PortReason re
     ShowPort(0);
     char text[32];
     FormatText(text, "Opening COM%d...", static_cast<int>(number));
-    SayOfPort(text);
+    Say(m_PortNote, text);
 }
 
 void ZoTerm::StartToOpen(std::int32_t number, std::uint32_t baud, DWORD period, bool afterClose) {
@@ -98,7 +98,7 @@ void ZoTerm::FinishOpening(std::int32_t number) {
         StopWaiting();
     if (connected && Settings.m_BaudRate == m_BaudBefore) // else the user has chosen another
         Settings.m_BaudRate = m_OpeningBaud;
-    SayOfPort("");
+    Say(m_PortNote, "");
     ShowPort(connected ? number : 0);
     if (tried && !connected)
         TakeFailedOpening(number, error);
@@ -114,7 +114,7 @@ void ZoTerm::TakeFailedOpening(std::int32_t number, DWORD error) {
     if (m_PortReason == PortReason::Saved && IsNotThere(error))
         WaitForPort(number);
     else
-        SayOfPort(PortSentence(number, WhyNotOpen(error).text).text);
+        Say(m_PortNote, PortSentence(number, WhyNotOpen(error).text).text);
 }
 
 // A port that has gone is taken again when it is back. A worker looks for it, in silence: the
@@ -125,14 +125,14 @@ void ZoTerm::WaitForPort(std::int32_t number) {
     m_PortReason = PortReason::Awaited;
     StartToOpen(number, Settings.m_BaudRate, LookPeriod, false);
     SetTimer(m_hWnd, PortTimerId, LookPeriod, nullptr);
-    SayOfPort(PortSentence(number, "is gone, waiting for it").text);
+    Say(m_PortNote, PortSentence(number, "is gone, waiting for it").text);
 }
 
 void ZoTerm::StopWaiting() {
     if (std::exchange(m_AwaitedPort, 0) == 0)
         return;
     KillTimer(m_hWnd, PortTimerId);
-    SayOfPort("");
+    Say(m_PortNote, "");
 }
 
 bool ZoTerm::OpensPort() const {
@@ -142,15 +142,6 @@ bool ZoTerm::OpensPort() const {
 // The port that is to be open, though it is not.
 std::int32_t ZoTerm::WantedPort() const {
     return OpensPort() ? m_OpeningNumber : m_AwaitedPort;
-}
-
-// What the status bar says of the port lasts until there is something else to say of it.
-void ZoTerm::SayOfPort(const char* text) {
-    if (text[0])
-        SetStatusText(text);
-    else if (m_PortText[0] && StatusTextIs(m_PortText))
-        SetStatusText("");
-    CopyText(m_PortText, text);
 }
 
 // As long as a driver takes. Without a place on the stack for one more wait, it ends later.

@@ -148,8 +148,12 @@ void ZoTerm::SetStatusText(const char* text) {
     SendMessageA(m_hStatus, SB_SETTEXTA, TextPart | SBT_NOBORDERS, reinterpret_cast<LPARAM>(text));
 }
 
-bool ZoTerm::StatusTextIs(const char* text) const {
-    return std::strcmp(m_StatusText, text) == 0;
+void ZoTerm::Say(StatusNote& note, const char* text) {
+    if (text[0])
+        SetStatusText(text);
+    else if (note[0] && std::strcmp(m_StatusText, note) == 0)
+        SetStatusText("");
+    CopyText(note, text);
 }
 
 void ZoTerm::SetStatusFill(std::uint32_t value) {

@@ -120,8 +120,11 @@ public:
 
     void ShowPortOutput(); // moves what the link received into pane, log and counter
     void SetStatusText(const char* text);
-    bool StatusTextIs(const char* text) const; // as it was set last
-    void OpenLog();                            // anew: the settings may name another file
+    // What one side of the terminal says in the status bar, until it says something else; an empty
+    // text takes back what is shown still.
+    using StatusNote = char[256];
+    void Say(StatusNote& note, const char* text);
+    void OpenLog(); // anew: the settings may name another file
 
     // Plans the conversion of a file whose extension is registered (settings/MusicSupport.cpp).
     // True when it is: then `output` is a list of the file that the converter is to write,
@@ -170,7 +173,6 @@ private:
     void StopWaiting();
     bool OpensPort() const;
     std::int32_t WantedPort() const;
-    void SayOfPort(const char* text);
     void AwaitOpening();
     void LookAtOpening();
     bool ClosePort();
@@ -263,10 +265,12 @@ private:
     void SubclassCommandEdit();
     LRESULT SendTypedLine(); // nonzero when it is queued or, if its sender waits, accepted
     void RememberLine(const char* line);
-    bool LinesQueued(bool queued, std::uint32_t tag);
+    bool LinesQueued(bool queued, const char* line, std::uint32_t tag);
     void TakeAnswers();
     void TakeAnswer(const LineResult& result);
     void RefuseAwaitedLines();
+    void SayOfLine(const char* what, const char* line);
+    bool PasteLines(HWND edit); // PastedLines.cpp
     LRESULT AwaitAnswer(const char* line);
 
     // Output pane (OutputPane.cpp).
@@ -320,8 +324,8 @@ private:
     std::uint32_t m_BaudBefore = 0; // the setting when the opening began
     PortReason m_PortReason = PortReason::Chosen;
     std::int32_t m_AwaitedPort = 0; // one that is gone, and is taken when it is back; 0: none
-    char m_PortText[256] = {};      // what the status bar said last of the port
-    bool m_SendsWhenOpen = false;   // the command line's files
+    StatusNote m_PortNote = {};
+    bool m_SendsWhenOpen = false; // the command line's files
 
     Activity m_Activity = Activity::Idle;
     int m_ModalDepth = 0;        // message loops below which functions of the terminal stand
@@ -331,7 +335,8 @@ private:
     std::uint32_t m_LastTag = 0;
     AwaitedLine* m_AwaitedLines = nullptr;
 
-    char m_StatusText[256] = {};
+    StatusNote m_StatusText = {};
+    StatusNote m_LineNote = {};     // of the last line that was not accepted
     std::uint32_t m_ShownFill = 0;  // the gauge's value
     HBITMAP m_BandBitmap = nullptr; // background of the rebar's band
     bool m_HighContrast = false;    // the user wants the system's colors and no pictures

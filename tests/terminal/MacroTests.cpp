@@ -1,10 +1,12 @@
-// The Macros menu and what its items send.
+// Lines that go out several at a time: what the items of the Macros menu send, and what is pasted.
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
 #include "rig/Files.h"
 #include "rig/Modal.h"
 #include "rig/Terminal.h"
+
+#include <cstring>
 
 namespace {
 
@@ -130,4 +132,38 @@ TEST_F(MacroTest, MacroIsQueuedWholeAndAnotherPortForgetsIt) {
     EXPECT_EQ(peer.Receive(OnTheWire("one").size()), OnTheWire("one"));
     terminal->OpenPort(ReadComPair().number, 57600);
     EXPECT_TRUE(Sends(2001, {"x"})) << "and neither of the other lines";
+}
+
+TEST_F(MacroTest, PastedLinesAreSentAndTheRestStays) {
+    StartConnected();
+    const HWND edit = GetDlgItem(CommandBoxOf(*terminal), IDC_COMMAND_EDIT);
+    const auto paste = [&](const std::string& text) {
+        const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
+        std::memcpy(GlobalLock(memory), text.c_str(), text.size() + 1);
+        GlobalUnlock(memory);
+        EXPECT_TRUE(OpenClipboard(terminal->m_hWnd) && EmptyClipboard() &&
+                    SetClipboardData(CF_TEXT, memory) && CloseClipboard());
+        SendMessageA(edit, WM_PASTE, 0, 0);
+    };
+    const auto send = [&](const Lines& lines) {
+        return Sends(CMD_FOCUS, lines); // which sends nothing itself
+    };
+    paste("one line");
+    EXPECT_EQ(TextOf(edit), "one line");
+    SendMessageA(edit, EM_SETSEL, 4, 8);
+    paste("first\r\n\r\nsecond\nthe rest");
+    EXPECT_TRUE(send({"one first", "second"}));
+    EXPECT_EQ(TextOf(edit), "the rest");
+    SendMessageA(edit, EM_SETSEL, 0, 4);
+    paste("a\n");
+    EXPECT_TRUE(send({"a"}));
+    EXPECT_EQ(TextOf(edit), "rest");
+    SendMessageA(terminal->m_hWnd, WM_COMMAND, MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed), 0);
+    EXPECT_TRUE(Sends(CMD_FOCUS, {"rest"}, "\x01"));
+    EXPECT_EQ(StatusTextOf(*terminal), "Refused: rest");
+    EXPECT_EQ(SendMessageA(CommandBoxOf(*terminal), CB_GETCOUNT, 0, 0), 4) << "all are remembered";
+    EXPECT_TRUE(terminal->QueueLine("silence", LineAloud));
+    EXPECT_EQ(StatusTextOf(*terminal), "") << "until the next line";
+    EXPECT_EQ(peer.Receive(OnTheWire("silence").size()), OnTheWire("silence"));
+    EXPECT_TRUE(WaitUntil([&] { return StatusTextOf(*terminal) == "No answer: silence"; }));
 }
