@@ -59,6 +59,7 @@ INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
                info.Errors);
     SetProgressLine(dialog, text);
     SetBar(dialog, IDC_FILE_BAR, info.Done, info.Size);
+    ShowTotal(terminal, info.Done, info.Size);
     return TRUE;
 }
 

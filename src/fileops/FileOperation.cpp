@@ -8,6 +8,7 @@
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/Sounds.h"
+#include "terminal/Taskbar.h"
 #include "terminal/ZoTerm.h"
 
 #include <cwchar>
@@ -50,6 +51,32 @@ void FormatReason(char (&text)[Size], DWORD status, bool canceledByUser) {
             CopyText(text, reason.words);
 }
 
+template <std::size_t Size> void FormatTimeLeft(char (&text)[Size], std::uint64_t seconds) {
+    const auto hours = static_cast<unsigned>(seconds / 3600);
+    const auto minutes = static_cast<unsigned>(seconds / 60 % 60);
+    const auto rest = static_cast<unsigned>(seconds % 60);
+    if (hours > 0)
+        FormatText(text, "%u:%02u:%02u left", hours, minutes, rest);
+    else
+        FormatText(text, "%u:%02u left", minutes, rest);
+}
+
+// Also true of a dialog of the terminal's.
+bool IsInFront(HWND window) {
+    const HWND front = GetForegroundWindow();
+    return front && (front == window || GetAncestor(front, GA_ROOTOWNER) == window);
+}
+
+// As long as somebody looks elsewhere.
+void FlashButton(HWND window) {
+    FLASHWINFO flash = {};
+    flash.cbSize = sizeof(flash);
+    flash.hwnd = window;
+    flash.dwFlags = FLASHW_TRAY | FLASHW_TIMERNOFG;
+    flash.uCount = 3;
+    FlashWindowEx(&flash);
+}
+
 } // namespace
 
 void AttachOperation(ZoTerm& terminal, HWND dialog, Activity activity) {
@@ -75,7 +102,26 @@ void BeginOperation(ZoTerm& terminal, WORD clip) {
                             reinterpret_cast<LPARAM>(MAKEINTRESOURCEA(clip)));
         SetForegroundWindow(dialog);
     }
+    ShowTaskbarState(terminal.m_hWnd, TaskbarState::Waiting);
     LoopWav(terminal.Settings.m_SendMid);
+}
+
+void ShowTotal(ZoTerm& terminal, std::uint64_t done, std::uint64_t total) {
+    FileOperationState& operation = terminal.Operation;
+    const std::uint64_t now = GetTickCount64();
+    ShowTaskbarProgress(terminal.m_hWnd, done, total);
+    if (operation.m_ClockStart == 0) {
+        operation.m_ClockStart = now;
+        operation.m_ClockBytes = done;
+        return;
+    }
+    if (done <= operation.m_ClockBytes || total < done)
+        return;
+    const std::uint64_t left =
+        (total - done) * (now - operation.m_ClockStart) / (done - operation.m_ClockBytes);
+    char text[32];
+    FormatTimeLeft(text, (left + 999) / 1000);
+    SetDlgItemTextA(operation.m_ProgressDialog, IDC_TIME_LEFT, text);
 }
 
 void AwaitTransfer(ZoTerm& terminal) {
@@ -119,7 +165,11 @@ void EndOperation(ZoTerm& terminal, const char* sound, Activity activity) {
     SendDlgItemMessageA(dialog, IDC_CLIP, ACM_STOP, 0, 0);
     SendDlgItemMessageA(dialog, IDC_CLIP, ACM_OPENA, 0, 0);
     PlayWav(sound);
+    const bool inFront = IsInFront(terminal.m_hWnd);
     DestroyWindow(dialog);
+    ShowTaskbarState(terminal.m_hWnd, TaskbarState::None);
+    if (!inFront)
+        FlashButton(terminal.m_hWnd);
 }
 
 void ShowFailure(ZoTerm& terminal, const char* verb, DWORD status) {
@@ -130,6 +180,10 @@ void ShowFailure(ZoTerm& terminal, const char* verb, DWORD status) {
     char text[sizeof(reason) + 32];
     FormatText(text, "%s failed: %s", verb, reason);
     terminal.SetStatusText(text);
+    if (IsInFront(terminal.m_hWnd))
+        return;
+    ShowTaskbarProgress(terminal.m_hWnd, 1, 1); // until the terminal is looked at
+    ShowTaskbarState(terminal.m_hWnd, TaskbarState::Failed);
 }
 
 void ForgetOperation(HWND dialog) {

@@ -19,7 +19,7 @@ void AttachOperation(ZoTerm& terminal, HWND dialog, Activity activity);
 void ShowOperation(HWND dialog);
 
 // The transfer runs: grays the commands, opens the clip, brings a dialog that is shown to the
-// front and starts the looping sound.
+// front and starts the looping sound. The taskbar shows that something runs.
 void BeginOperation(ZoTerm& terminal, WORD clip);
 
 // The link has started a transfer for the operation: from here on, its notifications count.
@@ -36,12 +36,18 @@ TransferNews LookAtTransfer(ZoTerm& terminal, LPARAM notification, TransferInfo&
 // Plays the clip over and over, from the first call on.
 void PlayClip(ZoTerm& terminal);
 
+// Shows, in the taskbar and as the time that is left, how far all of an operation is, in bytes.
+// The time is known from the second block on.
+void ShowTotal(ZoTerm& terminal, std::uint64_t done, std::uint64_t total);
+
 // Ends an operation however far it has come: the commands come back, the clip stops, `sound`
-// replaces the looping one (empty: silence), the dialog is destroyed. `activity` follows.
+// replaces the looping one (empty: silence), the dialog is destroyed. `activity` follows. The
+// taskbar's button flashes when the terminal is not in front.
 void EndOperation(ZoTerm& terminal, const char* sound, Activity activity);
 
-// After the end of an operation that did not end well: the status bar says why. `verb` names the
-// operation ("Send"); `status` is that of its transfer, or the reason why none was started.
+// After the end of an operation that did not end well: the status bar says why, and the taskbar
+// that. `verb` names the operation ("Send"); `status` is that of its transfer, or the reason why
+// none was started.
 void ShowFailure(ZoTerm& terminal, const char* verb, DWORD status);
 
 // WM_DESTROY of a dialog that goes with its terminal's window instead: ends the sound.

@@ -15,6 +15,7 @@
 #include "terminal/Dialogs.h"
 #include "terminal/ModalScope.h"
 #include "terminal/Module.h"
+#include "terminal/Taskbar.h"
 #include "terminal/ZoTerm.h"
 
 #include <cstdarg>
@@ -53,6 +54,7 @@ void Trace(const char* format, ...) {
 void NoteFailure(ZoTerm& terminal, DWORD status) {
     if (terminal.Operation.m_Failure == ERROR_SUCCESS)
         terminal.Operation.m_Failure = status;
+    ShowTaskbarState(terminal.m_hWnd, TaskbarState::Failed);
 }
 
 // The summary comes by a message, when nothing of the dialog is under way any more. Without one the
@@ -230,6 +232,7 @@ void ShowProgress(ZoTerm& terminal, const TransferInfo& info) {
     SetProgressLine(dialog, text);
     SetBar(dialog, IDC_FILE_BAR, info.Done, info.Size);
     SetBar(dialog, IDC_BATCH_BAR, done, total);
+    ShowTotal(terminal, done, total);
     FormatText(text, "%u of %u bytes sended", done, total);
     terminal.SetStatusText(text);
 }

@@ -46,6 +46,7 @@
 #define IDC_REBOOT        1015
 #define IDC_NEW_NAME      1016
 #define IDC_SUMMARY_LIST  1017
+#define IDC_TIME_LEFT     1018
 
 // Controls of the Options dialog.
 #define IDC_SOUND_FILE       1006

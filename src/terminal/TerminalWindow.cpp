@@ -4,6 +4,7 @@
 
 #include "link/PortOpening.h"
 #include "resources/resource.h"
+#include "terminal/Taskbar.h"
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
@@ -54,7 +55,7 @@ LRESULT ZoTerm::TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPA
     case LookMessage: return OnLook();
     case WM_COMMAND: return OnCommand(LOWORD(wParam), HIWORD(wParam));
     }
-    return DefWindowProcA(window, message, wParam, lParam);
+    return OnRegisteredMessage(message, wParam, lParam);
 }
 
 // A window's size is limited before it is a terminal's.
@@ -115,9 +116,19 @@ LRESULT ZoTerm::OnDestroy() {
 }
 
 LRESULT ZoTerm::OnActivate(WPARAM wParam) {
-    if (LOWORD(wParam) != WA_INACTIVE)
-        SetFocus(m_hCommand);
+    if (LOWORD(wParam) == WA_INACTIVE)
+        return 0;
+    SetFocus(m_hCommand);
+    if (m_Activity == Activity::Idle) // a failure has been seen
+        ShowTaskbarState(m_hWnd, TaskbarState::None);
     return 0;
+}
+
+// Messages whose numbers the system gives out.
+LRESULT ZoTerm::OnRegisteredMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == TaskbarButtonMessage())
+        ForgetTaskbar();
+    return DefWindowProcA(m_hWnd, message, wParam, lParam);
 }
 
 LRESULT ZoTerm::OnCopyData(const COPYDATASTRUCT& data) {

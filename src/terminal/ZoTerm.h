@@ -48,6 +48,8 @@ struct FileOperationState {
     std::uint32_t m_Transfer = 0;       // the number of the transfer that is awaited
     std::uint32_t m_AwaitedLine = 0;    // the tag of the line whose answer is awaited
     DWORD m_Failure = 0;                // why the first file failed that did
+    std::uint64_t m_ClockStart = 0;     // GetTickCount64 of the first progress; 0: none yet
+    std::uint64_t m_ClockBytes = 0;     // that had gone by then
     bool m_ClipPlays = false;
     bool m_Begun = false;     // a first transfer has been started
     bool m_Converted = false; // the batch is one converted file
@@ -159,6 +161,7 @@ private:
     LRESULT OnCreate(HWND window);
     LRESULT OnDestroy();
     LRESULT OnActivate(WPARAM wParam);
+    LRESULT OnRegisteredMessage(UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT OnCopyData(const COPYDATASTRUCT& data);
     LRESULT OnTimer(WPARAM timer);
     LRESULT OnLinkNotice(WPARAM kind, LPARAM notification);

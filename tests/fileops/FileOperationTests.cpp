@@ -31,6 +31,8 @@ TEST_F(OperationTest, BatchOfAllKindsIsSentAndRecorded) {
     EXPECT_EQ(Item(IDC_PROGRESS_LINE), "1536 of 2000 (3 blocks, 0 errors)");
     EXPECT_EQ(Bar(IDC_FILE_BAR), 76);
     EXPECT_EQ(Bar(IDC_BATCH_BAR), 76);
+    const std::string left = Item(IDC_TIME_LEFT); // of 471 bytes at some 5 KB a second
+    EXPECT_TRUE(left.rfind("0:0", 0) == 0 && left.substr(4) == " left") << left;
 
     // Another list is refused, and nothing is disturbed by it.
     EXPECT_EQ(HandOver(Packed({"C:\\other"})), 0);
