@@ -67,7 +67,7 @@ bool ComPort::SendCommand(const char* line) {
 
 // SendCommand for a line that is taken back when the event `giveUp` is set before its turn.
 // `entersRaw`: once it is accepted, no line but a worker's goes out any more.
-bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw) {
+bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw, bool* answered) {
     const OwnedHandle done(CreateEventA(nullptr, TRUE, FALSE, nullptr));
     QueuedLine* const queued = done ? LineQueue::Make(line, std::strlen(line), 0) : nullptr;
     if (!queued)
@@ -81,7 +81,17 @@ bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw) {
         !TakeBack(queued))
         WaitForSingleObject(done.get(), INFINITE);
     const bool accepted = queued->accepted;
+    if (answered)
+        *answered = queued->answered;
     LineQueue::Free(queued);
+    return accepted;
+}
+
+// For the line that a transfer begins with.
+bool ComPort::AskForTransfer(const char* line, HANDLE giveUp, bool entersRaw) {
+    bool answered = false;
+    const bool accepted = Ask(line, giveUp, entersRaw, &answered);
+    m_TransferRefused = answered && !accepted;
     return accepted;
 }
 

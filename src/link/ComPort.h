@@ -127,6 +127,13 @@ public:
     // A worker thread. Queues a line and waits for its result: true when the device accepted it.
     bool SendCommand(const char* line);
 
+    // GUI thread, when no transfer runs. Fast: no pause before a block that is sent, and the next
+    // request of a receive as soon as the packet before it is complete. Until the port is closed.
+    void SetFast(bool fast) { m_Fast = fast; }
+
+    // GUI thread, after a transfer. True when it failed because the device said no.
+    bool IsRefused() const { return m_TransferRefused; }
+
     // GUI thread. Reads a local file into memory and starts to send it. On the device it goes to
     // `folder` (null: none is named) under the base name of `nameSource` (null: of `path`).
     // `imageBlockSize` in bytes, for SendModeImage. False with the reason in LastError and Status:
@@ -232,7 +239,8 @@ private:
     bool TakeBack(QueuedLine* line);
     QueuedLine* NextLine();
     void FinishLine(QueuedLine* line, bool accepted);
-    bool Ask(const char* line, HANDLE giveUp, bool entersRaw);
+    bool Ask(const char* line, HANDLE giveUp, bool entersRaw, bool* answered = nullptr);
+    bool AskForTransfer(const char* line, HANDLE giveUp, bool entersRaw);
     bool Exchange(QueuedLine& line);
     bool SendAndAwait(QueuedLine& line, const std::uint8_t* wire, std::size_t length);
     void AwaitAnswer();
@@ -353,6 +361,8 @@ private:
     HANDLE m_ReaderRestsEvent = nullptr;  // manual-reset; set: the reader holds no bytes
     std::atomic<std::uint32_t> m_LineSpeed{0}; // bits per second
     std::atomic<bool> m_TransferRuns{false};
+    std::atomic<bool> m_TransferRefused{false};
+    std::atomic<bool> m_Fast{false};
     std::atomic<bool> m_AnswerAwaited{false};
     std::atomic<bool> m_TextNoticeWaits{false};
     std::atomic<std::uint32_t> m_TextNoticeAt{0}; // GetTickCount

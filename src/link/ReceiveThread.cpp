@@ -48,8 +48,8 @@ DWORD ComPort::ReceiveFile() {
 
     char command[sizeof(UploadCommand) + sizeof(m_ReceiveName)];
     FormatText(command, UploadCommand, m_ReceiveName);
-    if (!Ask(command, m_DataEvent, true)) // a cancel sets it
-        return ERROR_CANCELLED;           // an empty file stays, if it replaces none
+    if (!AskForTransfer(command, m_DataEvent, true)) // a cancel sets it
+        return ERROR_CANCELLED;                      // an empty file stays, if it replaces none
     Sleep(PacketPause);
     if (m_ReceiveAbort)
         return ERROR_CANCELLED;
@@ -104,8 +104,10 @@ bool ComPort::StartUpload() {
         const std::uint8_t code = ControlCodeOf(type, length, payload);
         if (code == CtlReady)
             return failures < MostFailures;
-        if (code == CtlEnd)
+        if (code == CtlEnd) {
+            m_TransferRefused = true;
             return false;
+        }
     }
     return false;
 }
@@ -122,7 +124,8 @@ DWORD ComPort::ReceiveBlocks() {
     while (!m_ReceiveAbort) {
         const auto wanted = static_cast<std::uint16_t>(block);
         SendControl(CtlNext, wanted);
-        Sleep(PacketPause);
+        if (!m_Fast)
+            Sleep(PacketPause);
         if (!ReadPacket(type, sub, length, payload, sizeof(payload))) {
             ++retries;
             ShowProgress(wanted, total, errors + retries);

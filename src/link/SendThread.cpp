@@ -135,7 +135,7 @@ DWORD ComPort::SendFile() {
     if (m_SendMode == SendModeBoot && !WaitReply())
         return ERROR_CANCELLED;
     ForgetReply();
-    if (!Ask(command, m_CancelSendEvent, false))
+    if (!AskForTransfer(command, m_CancelSendEvent, false))
         return ERROR_BAD_COMMAND;
     if (SendBlocks())
         return ERROR_SUCCESS;
@@ -170,7 +170,8 @@ bool ComPort::SendBlocks() {
         }
         if (step == SendStep::NewFrame)
             frameSize = EncodeFrame(cursor);
-        Sleep(FramePause);
+        if (!m_Fast)
+            Sleep(FramePause);
         ResetEvent(m_ReplyEvent);   // an early reply is no answer to the frame
         if (!WriteFrame(frameSize)) // nor does the device reply to half of one
             return false;

@@ -1,7 +1,7 @@
 // Process entry: hand files to running terminals and end, or run as an instance of its own.
 
 #include "base/FileNames.h"
-#include "link/codec/CodePage.h"
+#include "link/SystemCodePage.h"
 #include "resources/resource.h"
 #include "shell/Dispatcher.h"
 #include "shell/Forwarding.h"
@@ -15,13 +15,6 @@ extern "C" int _dowildcard; // of the runtime
 int _dowildcard = 0;        // a name with a wildcard is nobody's: no file is sent unasked
 
 namespace {
-
-// The system's code page, whose texts the program works with.
-void ReadCodePage() {
-    CPINFO info = {};
-    if (GetCPInfo(CP_ACP, &info))
-        UseCodePage(info.LeadByte, GetACP() == CP_UTF8);
-}
 
 // Arguments 1 and up. A name means a file of this start's folder, whoever gets it. False without
 // memory for all of them.
@@ -43,7 +36,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
     // What is loaded later comes from the system's folder, never from where the user stands.
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
 
-    ReadCodePage();
+    UseSystemCodePage();
     PathList files;
     if (!ReadArguments(files))
         return 1;
