@@ -101,6 +101,7 @@ const Setting AskBeforeSend = Number("AskBeforeSendWrongFile", AT(m_AskBeforeSen
 const Setting DisplaySummary = Number("DisplaySummary", AT(m_DisplaySummary), 0);
 const Setting UseLogFile = Number("UseLogFile", AT(m_UseLogFile), 0);
 const Setting ShowProgress = Number("ShowProgress", AT(m_ShowProgress), 1);
+const Setting FastTransfers = Number("FastTransfers", AT(m_FastTransfers), 0);
 
 #undef AT
 
@@ -115,7 +116,7 @@ const Setting* const Reading[] = {
     &SummaryWidth,   &SummaryHeight,  &MusicSupport,   &MusicSupportExt, &MusicSupportCurExt,
     &MusicRows,      &SummaryColumn0, &SummaryColumn1, &SummaryColumn2,  &SummaryColumn3,
     &SummaryColumn4, &SummaryColumn5, &AskBeforeSend,  &DisplaySummary,  &UseLogFile,
-    &ShowProgress,
+    &ShowProgress,   &FastTransfers,
 };
 
 const Setting* const Saving[] = {
@@ -128,7 +129,7 @@ const Setting* const Saving[] = {
     &UseLogFile,     &ShowProgress,   &MusicSupport,   &MusicSupportExt, &MusicSupportCurExt,
     &MusicRows,      &SummaryX,       &SummaryY,       &SummaryWidth,    &SummaryHeight,
     &SummaryColumn0, &SummaryColumn1, &SummaryColumn2, &SummaryColumn3,  &SummaryColumn4,
-    &SummaryColumn5,
+    &SummaryColumn5, &FastTransfers,
 };
 
 static_assert(std::size(Reading) == std::size(Saving), "what is read is saved");

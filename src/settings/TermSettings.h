@@ -51,6 +51,7 @@ struct TermSettings {
     std::uint32_t m_DisplaySummary = 0;
     std::uint32_t m_ShowProgress = 0;
     std::uint32_t m_UseLogFile = 0;
+    std::uint32_t m_FastTransfers = 0; // no pauses; no control changes it
     RECT m_SummaryRect = {};
     std::int32_t m_SummaryColumnWidths[6] = {};
 };

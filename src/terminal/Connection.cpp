@@ -94,6 +94,7 @@ void ZoTerm::FinishOpening(std::int32_t number) {
     const DWORD error = tried ? Port->LastError() : DWORD{ERROR_SUCCESS};
     const bool connected =
         tried && Port->SetNotify(m_hWnd, LinkMessage, NotifyText | NotifyTransfer);
+    Port->SetFast(Settings.m_FastTransfers != 0);
     if (connected)
         StopWaiting();
     if (connected && Settings.m_BaudRate == m_BaudBefore) // else the user has chosen another
