@@ -59,6 +59,7 @@
 #define IDC_ASK_NAME         1014
 #define IDC_USE_LOG          1015
 #define IDC_SHOW_PROGRESS    1016
+#define IDC_LOG_TIMES        1017
 
 #define CMD_MACRO_FIRST    2000
 #define CMD_MACRO_TENTH    2009

@@ -37,6 +37,7 @@ constexpr Switch Switches[] = {
     {IDC_DISPLAY_SUMMARY, &TermSettings::m_DisplaySummary},
     {IDC_ASK_NAME, &TermSettings::m_AskBeforeSendWrongFile},
     {IDC_USE_LOG, &TermSettings::m_UseLogFile},
+    {IDC_LOG_TIMES, &TermSettings::m_LogTimes},
     {IDC_SHOW_PROGRESS, &TermSettings::m_ShowProgress},
 };
 
@@ -108,8 +109,8 @@ void FillSoundList(HWND list, const Options& options) {
 
 void EnableLogFile(HWND dialog) {
     const bool used = IsDlgButtonChecked(dialog, IDC_USE_LOG) == BST_CHECKED;
-    EnableControl(dialog, IDC_LOG_FILE, used);
-    EnableControl(dialog, IDC_LOG_BROWSE, used);
+    for (const int control : {IDC_LOG_FILE, IDC_LOG_BROWSE, IDC_LOG_TIMES})
+        EnableControl(dialog, control, used);
 }
 
 void ShowSettings(HWND dialog, const ZoTerm& terminal) {

@@ -100,6 +100,7 @@ const Setting SummaryColumn5 = Number("SummaryPosition5", AT(m_SummaryColumnWidt
 const Setting AskBeforeSend = Number("AskBeforeSendWrongFile", AT(m_AskBeforeSendWrongFile), 0);
 const Setting DisplaySummary = Number("DisplaySummary", AT(m_DisplaySummary), 0);
 const Setting UseLogFile = Number("UseLogFile", AT(m_UseLogFile), 0);
+const Setting LogTimes = Number("LogTimes", AT(m_LogTimes), 0);
 const Setting ShowProgress = Number("ShowProgress", AT(m_ShowProgress), 1);
 const Setting FastTransfers = Number("FastTransfers", AT(m_FastTransfers), 0);
 
@@ -116,7 +117,7 @@ const Setting* const Reading[] = {
     &SummaryWidth,   &SummaryHeight,  &MusicSupport,   &MusicSupportExt, &MusicSupportCurExt,
     &MusicRows,      &SummaryColumn0, &SummaryColumn1, &SummaryColumn2,  &SummaryColumn3,
     &SummaryColumn4, &SummaryColumn5, &AskBeforeSend,  &DisplaySummary,  &UseLogFile,
-    &ShowProgress,   &FastTransfers,
+    &ShowProgress,   &FastTransfers,  &LogTimes,
 };
 
 const Setting* const Saving[] = {
@@ -129,7 +130,7 @@ const Setting* const Saving[] = {
     &UseLogFile,     &ShowProgress,   &MusicSupport,   &MusicSupportExt, &MusicSupportCurExt,
     &MusicRows,      &SummaryX,       &SummaryY,       &SummaryWidth,    &SummaryHeight,
     &SummaryColumn0, &SummaryColumn1, &SummaryColumn2, &SummaryColumn3,  &SummaryColumn4,
-    &SummaryColumn5, &FastTransfers,
+    &SummaryColumn5, &FastTransfers,  &LogTimes,
 };
 
 static_assert(std::size(Reading) == std::size(Saving), "what is read is saved");

@@ -5,6 +5,7 @@
 
 #include "batch/TransferBatch.h"
 #include "link/ComPort.h"
+#include "link/codec/LogStamp.h"
 #include "settings/TermSettings.h"
 
 #include <windows.h>
@@ -289,6 +290,8 @@ private:
     // Output log (OutputLog.cpp). One that cannot be opened leaves the terminal without.
     void ReportLog(DWORD error);
     void WriteLog(const char* bytes, std::uint32_t count);
+    bool AppendStamped(const char* bytes, std::size_t count);
+    void AppendToLog(const char* bytes, std::size_t count);
     void CloseLog();
 
     // Font (TextFont.cpp).
@@ -315,6 +318,7 @@ private:
     HWND m_CommandLabel = nullptr;
     HIMAGELIST m_ToolbarImages = nullptr;
     HANDLE m_LogHandle = nullptr;
+    LogStamp m_LogStamp;
     bool m_LogFails = false; // and the status bar has said so
     std::uint32_t m_OutputCount = 0;
     std::uint32_t m_Timer = 0;

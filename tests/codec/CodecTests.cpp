@@ -2,6 +2,7 @@
 
 #include "link/codec/CodePage.h"
 #include "link/codec/CommandSum.h"
+#include "link/codec/LogStamp.h"
 #include "link/codec/PackedList.h"
 #include "link/codec/ReplyLine.h"
 #include "link/codec/TerminalText.h"
@@ -36,7 +37,29 @@ std::string Appended(const std::string& bytes, std::uint32_t size, std::uint8_t*
     return std::string(store.begin(), store.begin() + buffer.count);
 }
 
+// The log that comes of some pieces, each with a time that is but a letter, over and over.
+std::string Stamped(const std::vector<std::string>& pieces) {
+    LogStamp stamp;
+    std::string log;
+    char letter = 'A';
+    for (const std::string& piece : pieces) {
+        const std::string time(LogTimeLength, letter++);
+        std::vector<char> out(stamp.StampedSize(piece.data(), piece.size()));
+        stamp.Stamp(piece.data(), piece.size(), time.c_str(), out.data());
+        log.append(out.begin(), out.end());
+        for (std::size_t at = 0; (at = log.find(time, at)) != std::string::npos; ++at)
+            log.erase(at, LogTimeLength - 1);
+    }
+    return log;
+}
+
 } // namespace
+
+TEST(LogStamp, EachLineHasTheTimeOfItsFirstByte) {
+    EXPECT_EQ(Stamped({"one\r\ntwo\r\n\r\nth", "ree", "\r", "\nfour\r\n", "", "f\ng"}),
+              "Aone\r\nAtwo\r\nA\r\nAthree\r\nDfour\r\nFf\nFg");
+    EXPECT_EQ(Stamped({"", "\n\n", std::string("\0", 1)}), std::string("B\nB\nC\0", 6));
+}
 
 TEST(CommandSum, GoldenLines) {
     const std::vector<WireVector> vectors = CommandLineVectors();

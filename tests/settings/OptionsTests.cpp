@@ -48,13 +48,15 @@ protected:
     // Which of some controls are enabled, or checked, as 0s and 1s.
     static std::string Enabled(HWND dialog) {
         std::string states;
-        for (const int id : {IDC_SOUND_FILE, IDC_SOUND_BROWSE, IDC_LOG_FILE, IDC_LOG_BROWSE})
+        for (const int id :
+             {IDC_SOUND_FILE, IDC_SOUND_BROWSE, IDC_LOG_FILE, IDC_LOG_BROWSE, IDC_LOG_TIMES})
             states += IsWindowEnabled(GetDlgItem(dialog, id)) ? '1' : '0';
         return states;
     }
     static std::string Checked(HWND dialog) {
         std::string states;
-        for (const int id : {IDC_DISPLAY_SUMMARY, IDC_ASK_NAME, IDC_USE_LOG, IDC_SHOW_PROGRESS})
+        for (const int id :
+             {IDC_DISPLAY_SUMMARY, IDC_ASK_NAME, IDC_USE_LOG, IDC_SHOW_PROGRESS, IDC_LOG_TIMES})
             states += IsDlgButtonChecked(dialog, id) ? '1' : '0';
         return states;
     }
@@ -80,8 +82,8 @@ TEST_F(OptionsTest, OkTakesWhatTheRowsAndControlsHold) {
     Start();
     const HWND dialog = Open();
     EXPECT_EQ(Images(dialog), "0100");
-    EXPECT_EQ(Checked(dialog), "0101");
-    EXPECT_EQ(Enabled(dialog), "0000");
+    EXPECT_EQ(Checked(dialog), "01010");
+    EXPECT_EQ(Enabled(dialog), "00000");
     EXPECT_EQ(Text(dialog, IDC_IMAGE_BLOCK_SIZE), "264");
     EXPECT_EQ(GetFocus(), GetDlgItem(dialog, IDC_SOUND_LIST));
 
@@ -97,13 +99,14 @@ TEST_F(OptionsTest, OkTakesWhatTheRowsAndControlsHold) {
     Type(dialog, IDC_SOUND_FILE, "c.wav");
     EXPECT_EQ(Images(dialog), "0110");
     Select(dialog, 0);
-    EXPECT_EQ(Enabled(dialog), "1100");
+    EXPECT_EQ(Enabled(dialog), "11000");
     const std::string path(MAX_PATH - 1, 'p');
     Type(dialog, IDC_SOUND_FILE, path + "beyond");
     Click(dialog, IDC_USE_LOG);
     Click(dialog, IDC_DISPLAY_SUMMARY);
     Click(dialog, IDC_SHOW_PROGRESS);
-    EXPECT_EQ(Enabled(dialog), "1111");
+    EXPECT_EQ(Enabled(dialog), "11111");
+    Click(dialog, IDC_LOG_TIMES);
     Type(dialog, IDC_LOG_FILE, folder.Path("out.log"));
     Type(dialog, IDC_IMAGE_BLOCK_SIZE, "512");
     EXPECT_STREQ(terminal->Settings.m_CmdErrWav, "b.wav") << "nothing counts before OK";
@@ -119,6 +122,7 @@ TEST_F(OptionsTest, OkTakesWhatTheRowsAndControlsHold) {
     EXPECT_EQ(terminal->Settings.m_AskBeforeSendWrongFile, 1U);
     EXPECT_EQ(terminal->Settings.m_UseLogFile, 1U);
     EXPECT_EQ(terminal->Settings.m_ShowProgress, 0U);
+    EXPECT_EQ(terminal->Settings.m_LogTimes, 1U);
     EXPECT_TRUE(folder.Exists("out.log"));
     EXPECT_FALSE(DeleteFileA(folder.Path("out.log").c_str())) << "the terminal has it open";
 }

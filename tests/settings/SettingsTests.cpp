@@ -90,7 +90,7 @@ TEST_F(SettingsTest, FreshKeyHoldsEveryDefault) {
     for (const char* name : {"ListOn", "FontItalic", "FontUnderline", "FontStrikeout", "Port",
                              "SummaryWindowX", "SummaryWindowY", "MusicSupport", "MusicSupportExt",
                              "MusicSupportCurExt", "SummaryPosition0", "SummaryPosition5",
-                             "AskBeforeSendWrongFile", "DisplaySummary", "UseLogFile"})
+                             "AskBeforeSendWrongFile", "DisplaySummary", "UseLogFile", "LogTimes"})
         EXPECT_EQ(Stored(name), number(0)) << name;
     for (const char* name : {"BootFile", "ReceiveFile", "SendFiles", "ImageFile", "MacrosFile",
                              "CmdWav", "CmdErrWav", "CompleteWav", "SendMid", "LogFile"})

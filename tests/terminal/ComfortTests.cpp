@@ -54,6 +54,15 @@ LONG PaneFontHeight(const ZoTerm& terminal) {
     return font.lfHeight;
 }
 
+std::string Now() {
+    char text[LogTimeLength + 1];
+    SYSTEMTIME now = {};
+    GetLocalTime(&now);
+    FormatText(text, "%04u-%02u-%02u %02u:%02u:%02u.%03u ", now.wYear, now.wMonth, now.wDay,
+               now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
+    return text;
+}
+
 std::string Sound(const std::string& name) {
     return std::filesystem::absolute(std::string(ZO_EXAMPLES) + "/sounds/" + name).string();
 }
@@ -124,6 +133,36 @@ TEST_F(ComfortTest, LogBelongsToTheFirstTerminalThatOpensIt) {
     logged("four", "before\r\nonethree");
     EXPECT_EQ(StatusTextOf(*terminal), "") << "said once";
     EXPECT_TRUE(DeleteFileA(folder.Path("out.log").c_str())) << "the second never had it";
+}
+
+TEST_F(ComfortTest, LinesOfALogWithTimesHaveOneEach) {
+    PlantText(SettingsRoot + std::string("\\Instance0"), "LogFile", folder.Path("out.log"));
+    for (const char* name : {"UseLogFile", "LogTimes"})
+        PlantNumber(SettingsRoot + std::string("\\Instance0"), name, 1);
+    StartConnected();
+    // The log's form: a time is a T, when it is one since the test began.
+    const std::string begin = Now();
+    const auto form = [&] {
+        std::string log = folder.Read("out.log");
+        for (std::size_t at = 0; at < log.size(); ++at) {
+            const std::string time = log.substr(at, LogTimeLength);
+            if (begin <= time && time <= Now() && time.back() == ' ')
+                log.replace(at, LogTimeLength, "T");
+        }
+        return log;
+    };
+    const auto logged = [&](const std::string& text, const std::string& all) {
+        peer.Send(text);
+        EXPECT_TRUE(WaitUntil([&] { return form() == all; })) << folder.Read("out.log");
+    };
+    logged("one\ntwo", "Tone\r\nTtwo");
+    logged(" more\n\nthree", "Tone\r\nTtwo more\r\nT\r\nTthree");
+    terminal->OpenLog();
+    logged("four", "Tone\r\nTtwo more\r\nT\r\nTthreeTfour");
+    terminal->Settings.m_LogTimes = 0;
+    logged("five\nsix", "Tone\r\nTtwo more\r\nT\r\nTthreeTfourfive\r\nsix");
+    terminal->Settings.m_LogTimes = 1;
+    logged("7\n", "Tone\r\nTtwo more\r\nT\r\nTthreeTfourfive\r\nsixT7\r\n");
 }
 
 TEST_F(ComfortTest, LogGoesOnAtTheEndOfALargeFile) {
