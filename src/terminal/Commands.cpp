@@ -9,6 +9,7 @@
 #include "resources/resource.h"
 #include "settings/OptionsDialog.h"
 #include "terminal/DispatcherRequest.h"
+#include "terminal/Guide.h"
 #include "terminal/MessageLoop.h"
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
@@ -47,7 +48,7 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
         {CMD_NEW_WINDOW, CMD_NEW_WINDOW, &ZoTerm::NewWindow, Opens::Nothing, Then::Focus},
         {CMD_LOAD_MACROS, CMD_LOAD_MACROS, &ZoTerm::LoadMacros, Opens::Modal, Then::Nothing},
         {CMD_SEND_IMAGE, CMD_SEND_IMAGE, &ZoTerm::SendImage, Opens::Modal, Then::Focus},
-        {CMD_CONTENTS, CMD_CONTENTS, nullptr, Opens::Nothing, Then::Nothing},
+        {CMD_CONTENTS, CMD_CONTENTS, &ZoTerm::ShowGuide, Opens::Nothing, Then::Nothing},
         {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout, Opens::Modal, Then::Nothing},
         {CMD_OPTIONS, CMD_OPTIONS, &ZoTerm::ShowOptions, Opens::Nothing, Then::Nothing},
         {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort, Opens::Modal, Then::Nothing},
@@ -156,6 +157,10 @@ void ZoTerm::ChooseFont(WORD) {
 
 void ZoTerm::ShowOptions(WORD) {
     OpenOptionsDialog(*this);
+}
+
+void ZoTerm::ShowGuide(WORD) {
+    OpenGuide();
 }
 
 void ZoTerm::ShowAbout(WORD) {

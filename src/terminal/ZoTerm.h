@@ -217,6 +217,7 @@ private:
     void ChoosePort(WORD command);
     void ChooseDevice(WORD command);
     void ShowSummary(WORD command);
+    void ShowGuide(WORD command);
     void ShowAbout(WORD command);
     bool StartSendBatch(bool image);
     LRESULT OnDropFiles(HDROP drop);

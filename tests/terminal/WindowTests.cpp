@@ -2,18 +2,50 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
+#include "rig/Import.h"
 #include "rig/Pinger.h"
 #include "rig/Terminal.h"
 #include "terminal/Timers.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cwchar>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <thread>
 
+STAND_IN(GetFileAttributesW);
+STAND_IN(ShellExecuteExW);
+
 namespace {
+
+// What became of the guide, by the threads that look for it.
+const auto AttributesOf = __imp_GetFileAttributesW;
+thread_local bool guideMissed = false;
+std::atomic<bool> guideMissedOnce = false;
+std::atomic<DWORD> guideOpenedBy = 0;
+std::atomic<bool> guideOpenedUnseen = false;
+std::filesystem::path guideOpened;
+
+DWORD WINAPI LooksForGuide(const wchar_t* path) {
+    const DWORD attributes = AttributesOf(path);
+    if (attributes == INVALID_FILE_ATTRIBUTES && std::wcsstr(path, L"guide.html"))
+        guideMissed = guideMissedOnce = true;
+    return attributes;
+}
+
+BOOL WINAPI OpensGuide(SHELLEXECUTEINFOW* asked) {
+    if (guideMissed) {
+        guideOpenedUnseen = true;
+        return FALSE;
+    }
+    if (asked->nShow == SW_SHOWNORMAL && std::wcscmp(asked->lpVerb, L"open") == 0)
+        guideOpened = asked->lpFile;
+    guideOpenedBy = GetCurrentThreadId();
+    return TRUE;
+}
 
 class WindowTest : public TerminalTest {
 protected:
@@ -208,4 +240,24 @@ TEST_F(WindowTest, FloodLeavesTheWindowAnswering) {
     }
     device.join();
     EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) > 0; }));
+}
+
+TEST_F(WindowTest, ContentsOpensTheGuideThatLiesBesideTheProgram) {
+    Start();
+    wchar_t program[MAX_PATH];
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const std::filesystem::path folder = std::filesystem::path(program).parent_path() / "docs";
+    std::filesystem::remove_all(folder);
+    const StandIn disk(__imp_GetFileAttributesW, &LooksForGuide);
+    const StandIn shell(__imp_ShellExecuteExW, &OpensGuide);
+    Command(CMD_CONTENTS);
+    ASSERT_TRUE(WaitUntil([] { return guideMissedOnce.load(); }));
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder / "guide.html") << "The guide";
+    Command(CMD_CONTENTS);
+    EXPECT_TRUE(WaitUntil([] { return guideOpenedBy != 0; }));
+    EXPECT_FALSE(guideOpenedUnseen) << "there was none at first";
+    EXPECT_EQ(guideOpened, folder / "guide.html");
+    EXPECT_NE(guideOpenedBy, GetCurrentThreadId()) << "the shell may take its time";
+    std::filesystem::remove_all(folder);
 }
