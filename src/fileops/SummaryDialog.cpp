@@ -5,6 +5,7 @@
 #include "base/FileNames.h"
 #include "base/Text.h"
 #include "batch/TransferResult.h"
+#include "fileops/ListCells.h"
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
@@ -166,6 +167,8 @@ INT_PTR OnInitDialog(HWND dialog) {
     terminal.m_SummaryImages = MakeImages();
     SendMessageA(list, LVM_SETIMAGELIST, LVSIL_SMALL,
                  reinterpret_cast<LPARAM>(terminal.m_SummaryImages));
+    SendMessageA(list, LVM_SETEXTENDEDLISTVIEWSTYLE, LVS_EX_FULLROWSELECT, LVS_EX_FULLROWSELECT);
+    ShowClippedCells(list);
     InsertColumns(terminal, list);
     FillRows(terminal, list);
     return TRUE;
@@ -229,6 +232,18 @@ INT_PTR OnCommand(HWND dialog, WORD command) {
     return TRUE;
 }
 
+INT_PTR OnListKey(HWND dialog, const NMLVKEYDOWN& key) {
+    if (key.wVKey == 'C' && GetKeyState(VK_CONTROL) < 0)
+        CopyRows(ListOf(dialog));
+    return TRUE;
+}
+
+INT_PTR OnNotify(HWND dialog, const NMHDR& header) {
+    if (header.idFrom != IDC_SUMMARY_LIST || header.code != LVN_KEYDOWN)
+        return FALSE;
+    return OnListKey(dialog, reinterpret_cast<const NMLVKEYDOWN&>(header));
+}
+
 INT_PTR CALLBACK SummaryDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_INITDIALOG: return OnInitDialog(dialog);
@@ -237,6 +252,7 @@ INT_PTR CALLBACK SummaryDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM 
     case WM_MOVE: return OnMove(dialog);
     case WM_DESTROY: return OnDestroy(dialog);
     case WM_COMMAND: return OnCommand(dialog, LOWORD(wParam));
+    case WM_NOTIFY: return OnNotify(dialog, *reinterpret_cast<const NMHDR*>(lParam));
     }
     return FALSE;
 }

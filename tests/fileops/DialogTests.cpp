@@ -47,6 +47,55 @@ bool IsDrawn(HWND button) {
     return drawn;
 }
 
+// The clipboard's text after Ctrl+C in a list, whose rows are all selected or none.
+std::wstring Copied(HWND list, bool selected, int row = -1) {
+    LVITEMA state = {};
+    state.stateMask = LVIS_SELECTED;
+    state.state = selected ? LVIS_SELECTED : 0;
+    SendMessageA(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row),
+                 reinterpret_cast<LPARAM>(&state));
+    BYTE keys[256] = {};
+    EXPECT_TRUE(OpenClipboard(nullptr) && EmptyClipboard() && CloseClipboard());
+    SetKeyboardState(keys);
+    SendMessageA(list, WM_KEYDOWN, 'C', 0);
+    EXPECT_FALSE(IsClipboardFormatAvailable(CF_UNICODETEXT)) << "a mere letter";
+    keys[VK_CONTROL] = 0x80;
+    SetKeyboardState(keys);
+    SendMessageA(list, WM_KEYDOWN, 'C', 0);
+    keys[VK_CONTROL] = 0;
+    SetKeyboardState(keys);
+    EXPECT_TRUE(OpenClipboard(nullptr));
+    const HANDLE data = GetClipboardData(CF_UNICODETEXT);
+    const auto* const text = static_cast<const wchar_t*>(GlobalLock(data));
+    std::wstring copied = text ? text : L"nothing";
+    GlobalUnlock(data);
+    CloseClipboard();
+    return copied;
+}
+
+// The text that comes up when the mouse stays where it is over the summary.
+std::string Tip(HWND dialog) {
+    HWND tip = FindWindowA(TOOLTIPS_CLASSA, nullptr);
+    while (tip && GetWindow(tip, GW_OWNER) != dialog)
+        tip = FindWindowExA(nullptr, tip, TOOLTIPS_CLASSA, nullptr);
+    char text[300] = {};
+    TTTOOLINFOA tool = {};
+    tool.cbSize = sizeof(tool);
+    tool.lpszText = text;
+    return SendMessageA(tip, TTM_ENUMTOOLSA, 0, reinterpret_cast<LPARAM>(&tool)) ? text : "";
+}
+
+std::string TipOver(HWND dialog, int row, int column) {
+    const HWND list = GetDlgItem(dialog, IDC_SUMMARY_LIST);
+    RECT cell = {};
+    cell.left = LVIR_LABEL;
+    cell.top = column;
+    SendMessageA(list, LVM_GETSUBITEMRECT, static_cast<WPARAM>(row),
+                 reinterpret_cast<LPARAM>(&cell));
+    SendMessageA(list, WM_MOUSEMOVE, 0, MAKELPARAM(cell.left + 8, cell.top + 4));
+    return Tip(dialog);
+}
+
 class DialogTest : public OperationTest {
 protected:
     // Opens a modal dialog by its command and handles it.
@@ -108,6 +157,33 @@ TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {
         // A list that comes while its dialog is open is listed here.
         EXPECT_EQ(HandOver(Packed({"C:\\one wrong", "C:\\two wrong"})), 0);
         EXPECT_TRUE(WaitUntil([&] { return Rows(dialog) == 2; }));
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    });
+}
+
+TEST_F(DialogTest, SummaryIsCopiedAndShowsClippedCells) {
+    Start();
+    EXPECT_EQ(HandOver(Packed({"C:\\one wrong", "C:\\two wrong"})), 0);
+    Modal(CMD_SUMMARY, "Sent status", [&](HWND dialog) {
+        const HWND list = GetDlgItem(dialog, IDC_SUMMARY_LIST);
+        EXPECT_EQ(GetFocus(), list) << "it gets the keys";
+        const std::wstring titles = L"Name\tStatus\tZorbel name\tSize\tBlocks\tErrors\r\n";
+        const std::wstring one = L"C:\\one wrong\tWrong file name\t\t\t\t\r\n";
+        const std::wstring two = L"C:\\two wrong\tWrong file name\t\t\t\t\r\n";
+        EXPECT_EQ(Copied(list, false), titles + one + two);
+        EXPECT_EQ(Copied(list, true, 1), titles + two);
+        EXPECT_EQ(Copied(list, true), titles + one + two);
+
+        EXPECT_EQ(TipOver(dialog, 0, 1), "") << "there is room for it";
+        SendMessageA(list, LVM_SETCOLUMNWIDTH, 0, 60);
+        SendMessageA(list, LVM_SETCOLUMNWIDTH, 1, 60);
+        EXPECT_EQ(TipOver(dialog, 1, 0), "C:\\two wrong");
+        EXPECT_EQ(TipOver(dialog, 0, 1), "Wrong file name");
+        EXPECT_EQ(TipOver(dialog, 0, 2), "");
+        EXPECT_EQ(TipOver(dialog, 0, 1), "Wrong file name");
+        EXPECT_EQ(TipOver(dialog, 0, 0), "C:\\one wrong");
+        SendMessageA(list, LVM_DELETEALLITEMS, 0, 0);
+        EXPECT_EQ(Tip(dialog), "") << "the rows are listed anew";
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     });
 }
