@@ -1,6 +1,7 @@
 #include "link/PortList.h"
 
 #include "base/Owned.h"
+#include "base/SystemLibrary.h"
 
 #include <setupapi.h>
 
@@ -17,7 +18,6 @@ constexpr wchar_t PortPrefix[] = L"COM";
 constexpr std::size_t PrefixLength = std::size(PortPrefix) - 1;
 
 using OwnedKey = Owned<HKEY, &RegCloseKey>;
-using OwnedLibrary = Owned<HMODULE, &FreeLibrary>;
 
 // n of "COMn"; 0 for any other name.
 std::int32_t NumberOf(const wchar_t* name) {
@@ -46,28 +46,24 @@ struct Ports {
     }
 };
 
-// What of the library that knows the devices is used. It is loaded when it is needed: the program
-// starts without.
+// What of the library that knows the devices is used.
+template <typename Pointer> Pointer DeviceFunction(const char* name) {
+    return SystemFunction<Pointer>("setupapi.dll", name);
+}
+
 struct DeviceLibrary {
-    OwnedLibrary library{LoadLibraryExA("setupapi.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)};
     decltype(&SetupDiGetClassDevsW) getDevices =
-        Function<decltype(&SetupDiGetClassDevsW)>("SetupDiGetClassDevsW");
+        DeviceFunction<decltype(getDevices)>("SetupDiGetClassDevsW");
     decltype(&SetupDiDestroyDeviceInfoList) destroyList =
-        Function<decltype(&SetupDiDestroyDeviceInfoList)>("SetupDiDestroyDeviceInfoList");
+        DeviceFunction<decltype(destroyList)>("SetupDiDestroyDeviceInfoList");
     decltype(&SetupDiEnumDeviceInfo) enumDevice =
-        Function<decltype(&SetupDiEnumDeviceInfo)>("SetupDiEnumDeviceInfo");
+        DeviceFunction<decltype(enumDevice)>("SetupDiEnumDeviceInfo");
     decltype(&SetupDiOpenDevRegKey) openKey =
-        Function<decltype(&SetupDiOpenDevRegKey)>("SetupDiOpenDevRegKey");
+        DeviceFunction<decltype(openKey)>("SetupDiOpenDevRegKey");
     decltype(&SetupDiGetDeviceRegistryPropertyW) getProperty =
-        Function<decltype(&SetupDiGetDeviceRegistryPropertyW)>("SetupDiGetDeviceRegistryPropertyW");
+        DeviceFunction<decltype(getProperty)>("SetupDiGetDeviceRegistryPropertyW");
 
     bool Works() const { return getDevices && destroyList && enumDevice && openKey && getProperty; }
-
-private:
-    template <typename Pointer> Pointer Function(const char* name) const {
-        FARPROC function = library ? GetProcAddress(library.get(), name) : nullptr;
-        return reinterpret_cast<Pointer>(reinterpret_cast<void*>(function));
-    }
 };
 
 // The name of the port that a device is; empty when it is none.

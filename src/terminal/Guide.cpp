@@ -1,6 +1,7 @@
 #include "terminal/Guide.h"
 
 #include "base/Owned.h"
+#include "base/SystemLibrary.h"
 
 #include <windows.h>
 
@@ -35,8 +36,11 @@ DWORD WINAPI GuideThread(void*) {
     wchar_t path[MAX_PATH] = {};
     if (!FindGuide(path) || GetFileAttributesW(path) == INVALID_FILE_ATTRIBUTES)
         return 0;
+    const auto enter = SystemFunction<decltype(&CoInitializeEx)>("ole32.dll", "CoInitializeEx");
+    const auto leave = SystemFunction<decltype(&CoUninitialize)>("ole32.dll", "CoUninitialize");
     const bool entered =
-        SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE));
+        enter && leave &&
+        SUCCEEDED(enter(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE));
     SHELLEXECUTEINFOW guide = {};
     guide.cbSize = sizeof(guide);
     guide.fMask = SEE_MASK_NOASYNC | SEE_MASK_FLAG_NO_UI;
@@ -45,7 +49,7 @@ DWORD WINAPI GuideThread(void*) {
     guide.nShow = SW_SHOWNORMAL;
     ShellExecuteExW(&guide);
     if (entered)
-        CoUninitialize();
+        leave();
     return 0;
 }
 

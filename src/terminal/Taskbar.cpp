@@ -1,6 +1,6 @@
 #include "terminal/Taskbar.h"
 
-#include "base/Owned.h"
+#include "base/SystemLibrary.h"
 
 #include <shobjidl.h>
 
@@ -9,27 +9,16 @@ namespace {
 ITaskbarList3* Taskbar = nullptr;
 bool Tried = false;
 
-using OwnedLibrary = Owned<HMODULE, &FreeLibrary>;
-
-template <typename Pointer> Pointer Function(HMODULE library, const char* name) {
-    return reinterpret_cast<Pointer>(reinterpret_cast<void*>(GetProcAddress(library, name)));
-}
-
-// The library that makes such objects is loaded with the first operation: the program starts
-// without. It stays as long as the object does, which is to the end.
 ITaskbarList3* MakeTaskbar() {
-    OwnedLibrary library(LoadLibraryExA("ole32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
-    if (!library)
-        return nullptr;
-    const auto initialize = Function<decltype(&CoInitializeEx)>(library.get(), "CoInitializeEx");
-    const auto create = Function<decltype(&CoCreateInstance)>(library.get(), "CoCreateInstance");
+    const auto initialize =
+        SystemFunction<decltype(&CoInitializeEx)>("ole32.dll", "CoInitializeEx");
+    const auto create =
+        SystemFunction<decltype(&CoCreateInstance)>("ole32.dll", "CoCreateInstance");
     if (!initialize || !create || FAILED(initialize(nullptr, COINIT_APARTMENTTHREADED)))
         return nullptr;
     ITaskbarList3* taskbar = nullptr;
-    const HRESULT made = create(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
-                                reinterpret_cast<void**>(&taskbar));
-    static_cast<void>(library.release());
-    if (FAILED(made))
+    if (FAILED(create(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
+                      reinterpret_cast<void**>(&taskbar))))
         return nullptr;
     if (SUCCEEDED(taskbar->HrInit()))
         return taskbar;
