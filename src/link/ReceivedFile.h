@@ -1,7 +1,7 @@
 #pragma once
 
-// The local file of a receive. One that is there already stays as it is until the new one is
-// complete: until then the data goes into a file beside it.
+// The local file of a receive, or of saved output. One that is there already stays as it is until
+// the new one is complete: until then the data goes into a file beside it.
 
 #include <windows.h>
 

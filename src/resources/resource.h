@@ -104,4 +104,9 @@
 #define CMD_BAUD_OTHER     40143
 #define CMD_PORT_FOUND     41000 // and n of a port that exists
 #define CMD_PORT_FOUND_END 49999
+#define CMD_FIND           40100
+#define CMD_FIND_NEXT      40101
+#define CMD_FIND_PREVIOUS  40102
+#define CMD_SAVE_OUTPUT    40103
+#define CMD_DROP_OLDEST    40104
 #define CMD_ARRANGE        57649

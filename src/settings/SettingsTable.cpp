@@ -102,6 +102,7 @@ const Setting DisplaySummary = Number("DisplaySummary", AT(m_DisplaySummary), 0)
 const Setting UseLogFile = Number("UseLogFile", AT(m_UseLogFile), 0);
 const Setting LogTimes = Number("LogTimes", AT(m_LogTimes), 0);
 const Setting ShowProgress = Number("ShowProgress", AT(m_ShowProgress), 1);
+const Setting DropOldestText = Number("DropOldestText", AT(m_DropOldestText), 0);
 const Setting FastTransfers = Number("FastTransfers", AT(m_FastTransfers), 0);
 
 #undef AT
@@ -117,7 +118,7 @@ const Setting* const Reading[] = {
     &SummaryWidth,   &SummaryHeight,  &MusicSupport,   &MusicSupportExt, &MusicSupportCurExt,
     &MusicRows,      &SummaryColumn0, &SummaryColumn1, &SummaryColumn2,  &SummaryColumn3,
     &SummaryColumn4, &SummaryColumn5, &AskBeforeSend,  &DisplaySummary,  &UseLogFile,
-    &ShowProgress,   &FastTransfers,  &LogTimes,
+    &ShowProgress,   &FastTransfers,  &LogTimes,       &DropOldestText,
 };
 
 const Setting* const Saving[] = {
@@ -130,7 +131,7 @@ const Setting* const Saving[] = {
     &UseLogFile,     &ShowProgress,   &MusicSupport,   &MusicSupportExt, &MusicSupportCurExt,
     &MusicRows,      &SummaryX,       &SummaryY,       &SummaryWidth,    &SummaryHeight,
     &SummaryColumn0, &SummaryColumn1, &SummaryColumn2, &SummaryColumn3,  &SummaryColumn4,
-    &SummaryColumn5, &FastTransfers,  &LogTimes,
+    &SummaryColumn5, &FastTransfers,  &LogTimes,       &DropOldestText,
 };
 
 static_assert(std::size(Reading) == std::size(Saving), "what is read is saved");

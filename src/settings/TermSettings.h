@@ -53,6 +53,7 @@ struct TermSettings {
     std::uint32_t m_UseLogFile = 0;
     std::uint32_t m_FastTransfers = 0; // no pauses; no control changes it
     std::uint32_t m_LogTimes = 0;      // each line of the log begins with the time
+    std::uint32_t m_DropOldestText = 0;
     RECT m_SummaryRect = {};
     std::int32_t m_SummaryColumnWidths[6] = {};
 };

@@ -38,7 +38,7 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
         {CMD_REBOOT, CMD_REBOOT, &ZoTerm::Reboot, Opens::Nothing, Then::Nothing},
         {CMD_MACRO_FIRST, CMD_MACRO_LAST, &ZoTerm::RunMenuMacro, Opens::Nothing, Then::Nothing},
         {CMD_EXIT, CMD_EXIT, &ZoTerm::Exit, Opens::Nothing, Then::Nothing},
-        {CMD_FONT, CMD_FONT, &ZoTerm::ChooseFont, Opens::Modal, Then::Focus},
+        {CMD_FONT, CMD_FONT, &ZoTerm::ShowFonts, Opens::Modal, Then::Focus},
         {CMD_SEND_FILES, CMD_SEND_FILES, &ZoTerm::SendFiles, Opens::Modal, Then::Focus},
         {CMD_BOOT_FILE, CMD_BOOT_FILE, &ZoTerm::BootFile, Opens::Modal, Then::Focus},
         {CMD_BAUD_2400, CMD_BAUD_115200, &ZoTerm::SelectMenuBaudRate, Opens::Nothing,
@@ -63,6 +63,11 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
          Then::Nothing},
         {CMD_BAUD_OTHER, CMD_BAUD_OTHER, &ZoTerm::ChooseBaudRate, Opens::Modal, Then::Nothing},
         {CMD_PORT_FOUND, CMD_PORT_FOUND_END, &ZoTerm::OpenFoundPort, Opens::Nothing, Then::Nothing},
+        {CMD_FIND, CMD_FIND, &ZoTerm::ShowFindDialog, Opens::Nothing, Then::Nothing},
+        {CMD_FIND_NEXT, CMD_FIND_PREVIOUS, &ZoTerm::FindAgain, Opens::Nothing, Then::Nothing},
+        {CMD_SAVE_OUTPUT, CMD_SAVE_OUTPUT, &ZoTerm::SaveOutput, Opens::Modal, Then::Focus},
+        {CMD_DROP_OLDEST, CMD_DROP_OLDEST, &ZoTerm::ToggleDropOldest, Opens::Nothing,
+         Then::Nothing},
     };
     if (command == IDC_COMMAND)
         return notification == EnterPressed ? SendTypedLine() : 0;
@@ -151,7 +156,7 @@ void ZoTerm::ShowSummary(WORD) {
     OpenSummaryDialog(*this);
 }
 
-void ZoTerm::ChooseFont(WORD) {
+void ZoTerm::ShowFonts(WORD) {
     ChooseTextFont(m_hWnd);
 }
 

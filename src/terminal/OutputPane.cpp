@@ -1,36 +1,30 @@
 // The output pane, and the way of the device's text from the link into pane, log and gauge.
 
 #include "link/codec/CodePage.h"
+#include "resources/resource.h"
 #include "terminal/Module.h"
+#include "terminal/PaneView.h"
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
+#include <cwchar>
 #include <iterator>
+#include <utility>
 
 namespace {
 
 constexpr std::uint32_t ChunkSize = 255;    // bytes taken from the link at a time
 constexpr std::uint32_t DrainLimit = 16384; // bytes of one drain; the next follows by message
 constexpr DWORD AppendPeriod = 30;          // ms between appends to the pane
+constexpr DWORD LongestPeriod = 250;        // ms, when appends take long
+constexpr DWORD RestPerAppend = 6;          // of the time that an append took, in a pane that drops
 constexpr UINT GaugePeriod = 100;           // ms
-constexpr int BehindAllText = INT_MAX;      // a position: the control takes its end for it
 constexpr std::uint32_t GaugeRestarts = 10;
+constexpr char FullPane[] = "The output is full: Clear (F5), or View > Drop Oldest Text";
 
 } // namespace
-
-LRESULT CALLBACK ZoTerm::OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam) {
-    auto* terminal = reinterpret_cast<ZoTerm*>(GetWindowLongPtrW(GetParent(pane), GWLP_USERDATA));
-    if (!terminal)
-        return DefWindowProcW(pane, message, wParam, lParam);
-    if (message == WM_DROPFILES)
-        return terminal->OnDropFiles(reinterpret_cast<HDROP>(wParam));
-    if (TakeTab(message, wParam, terminal->m_hCommand))
-        return 0;
-    return CallWindowProcW(terminal->m_OldOutputProc, pane, message, wParam, lParam);
-}
 
 bool ZoTerm::CreateOutputPane() {
     m_OutputLabel = CreateLabel("Device output");
@@ -64,16 +58,17 @@ void ZoTerm::ShowPortOutput() {
         PostMessageA(m_hWnd, LinkMessage, NotifyText, 0);
 
     const std::uint64_t since = GetTickCount64() - m_PaneAppendedAt;
-    if (since >= AppendPeriod)
+    const DWORD period = std::max(AppendPeriod, m_PaneRest);
+    if (since >= period)
         FlushPaneText();
     else if (!m_PaneTimerRuns)
         m_PaneTimerRuns =
-            SetTimer(m_hWnd, PaneTimerId, AppendPeriod - static_cast<UINT>(since), nullptr) != 0;
+            SetTimer(m_hWnd, PaneTimerId, period - static_cast<UINT>(since), nullptr) != 0;
     RestartGaugeTimer();
 }
 
-// The pane is a text control and cannot hold NULs; what does not fit into it is not shown. A
-// character whose last bytes have not come yet waits for them.
+// The pane is a text control and cannot hold NULs; what does not fit into it is not shown, unless
+// older text makes room. A character whose last bytes have not come yet waits for them.
 void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
     char text[sizeof(m_SplitCharacter) + DrainLimit];
     wchar_t wide[std::size(text)];
@@ -86,36 +81,89 @@ void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
 
     const int length = MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(whole), wide,
                                            static_cast<int>(std::size(wide)));
-    for (int i = 0; i < length && m_PaneTextCount < PaneLimit; ++i)
-        if (wide[i])
-            m_PaneText[m_PaneTextCount++] = wide[i];
+    const auto shown = static_cast<std::uint32_t>(std::remove(wide, wide + length, L'\0') - wide);
+    MakeQueueRoom(shown);
+    const std::uint32_t taken = std::min(shown, PaneLimit - m_PaneTextCount);
+    std::wmemcpy(m_PaneText + m_PaneTextCount, wide, taken);
+    m_PaneTextCount += taken;
 }
 
-// Appends what is queued, as one text: a control's append costs much the same for any length. The
-// control itself is asked where its text ends, since its length may be counted in bytes.
+// What waits for the pane is as much as it holds at most: it will drop all of its own text then.
+void ZoTerm::MakeQueueRoom(std::uint32_t count) {
+    if (m_PaneTextCount + count <= PaneLimit)
+        return;
+    if (!Settings.m_DropOldestText) {
+        ReportFullPane();
+        return;
+    }
+    const std::uint32_t drop =
+        OldestLines(m_PaneText, m_PaneTextCount, m_PaneTextCount + count - PaneLimit);
+    m_PaneTextCount -= drop;
+    std::wmemmove(m_PaneText, m_PaneText + drop, m_PaneTextCount);
+    m_PaneGap = true;
+}
+
+// Appends what is queued, as one text: a control's append costs much the same for any length. A
+// flood into a pane that drops never ends, so it leaves the rest of the time to others.
 void ZoTerm::FlushPaneText() {
     if (m_PaneTimerRuns)
         KillTimer(m_hWnd, PaneTimerId);
     m_PaneTimerRuns = false;
-    if (m_PaneTextCount == 0)
+    const std::uint32_t queued = std::exchange(m_PaneTextCount, 0);
+    if (queued == 0)
         return;
-
-    DWORD end = 0;
-    SendMessageW(m_hOutput, EM_SETSEL, BehindAllText, BehindAllText);
-    SendMessageW(m_hOutput, EM_GETSEL, 0, reinterpret_cast<LPARAM>(&end));
-    const std::uint32_t shown =
-        std::min(m_PaneTextCount, PaneLimit - std::min<std::uint32_t>(end, PaneLimit));
-    m_PaneTextCount = 0;
+    const std::uint32_t end = PaneEnd(m_hOutput);
+    const std::uint32_t room = PaneLimit - std::min(end, PaneLimit);
+    std::uint32_t shown = queued;
+    std::uint32_t drop = 0;
+    if (std::exchange(m_PaneGap, false))
+        drop = end;
+    else if (queued > room && Settings.m_DropOldestText)
+        drop = OldestLines(PaneText(m_hOutput).get(), end, queued - room);
+    else if (queued > room) {
+        shown = room;
+        ReportFullPane();
+    }
     if (shown == 0)
         return;
     m_PaneText[shown] = L'\0';
-    SendMessageW(m_hOutput, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(m_PaneText));
+    const std::uint64_t began = GetTickCount64();
+    AppendToPane(m_PaneText, drop);
     m_PaneAppendedAt = GetTickCount64();
+    const auto took = static_cast<DWORD>(m_PaneAppendedAt - began);
+    if (drop > 0)
+        RestartGaugeTimer(); // it may show what waited as if it had been added
+    m_PaneRest = Settings.m_DropOldestText ? std::min(took * RestPerAppend, LongestPeriod) : 0;
 }
 
 void ZoTerm::EmptyOutputPane() {
     m_PaneTextCount = 0;
+    m_PaneGap = false;
     SetWindowTextA(m_hOutput, "");
+    m_FollowedLine = 0;
+    m_FollowedLineCount = 1;
+    m_PaneFullSaid = false;
+    ForgetStatusText(FullPane);
+}
+
+// Once, until there is room again.
+void ZoTerm::ReportFullPane() {
+    if (!std::exchange(m_PaneFullSaid, true))
+        SetStatusText(FullPane);
+}
+
+void ZoTerm::ToggleDropOldest(WORD) {
+    Settings.m_DropOldestText = Settings.m_DropOldestText ? 0 : 1;
+    CheckDropOldest();
+    if (!Settings.m_DropOldestText)
+        return;
+    m_PaneFullSaid = false;
+    ForgetStatusText(FullPane);
+}
+
+void ZoTerm::CheckDropOldest() {
+    CheckMenuItem(GetMenu(m_hWnd), CMD_DROP_OLDEST,
+                  Settings.m_DropOldestText ? MF_CHECKED : MF_UNCHECKED);
 }
 
 // Brings the gauge up to date 100 ms after the last burst of text, and at the latest 100 ms
@@ -132,6 +180,8 @@ LRESULT ZoTerm::OnGaugeTimer() {
     KillTimer(m_hWnd, m_Timer);
     m_Timer = 0;
     m_TimerRestarts = 0;
+    if (Settings.m_DropOldestText) // then characters that went do not count
+        m_OutputCount = PaneEnd(m_hOutput) + m_PaneTextCount;
     m_OutputCount = std::min(m_OutputCount, PaneLimit);
     if (m_OutputCount != m_ShownFill) // a full gauge need not be drawn again and again
         SetStatusFill(m_OutputCount);

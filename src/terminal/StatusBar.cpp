@@ -156,6 +156,12 @@ void ZoTerm::Say(StatusNote& note, const char* text) {
     CopyText(note, text);
 }
 
+// A text that holds no longer goes, but no other one.
+void ZoTerm::ForgetStatusText(const char* beginning) {
+    if (std::strncmp(m_StatusText, beginning, std::strlen(beginning)) == 0)
+        SetStatusText("");
+}
+
 void ZoTerm::SetStatusFill(std::uint32_t value) {
     m_ShownFill = value;
     SendMessageA(m_hStatus, SB_SETTEXTA, FillPart | SBT_OWNERDRAW, value);

@@ -91,6 +91,7 @@ void ZoTerm::ApplySettings() {
     SelectDevice(Settings.m_DeviceName);
     BeginOpening(Settings.m_PortNumber, Settings.m_BaudRate, PortReason::Saved);
     BuildMacrosMenu();
+    CheckDropOldest();
     OpenLog();
 }
 
@@ -126,6 +127,8 @@ LRESULT ZoTerm::OnActivate(WPARAM wParam) {
 
 // Messages whose numbers the system gives out.
 LRESULT ZoTerm::OnRegisteredMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == FindMessage())
+        return OnFindMessage();
     if (message == TaskbarButtonMessage())
         ForgetTaskbar();
     return DefWindowProcA(m_hWnd, message, wParam, lParam);

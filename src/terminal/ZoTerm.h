@@ -11,6 +11,7 @@
 #include <windows.h>
 
 #include <commctrl.h>
+#include <commdlg.h>
 #include <shellapi.h>
 
 #include <cstdint>
@@ -78,6 +79,7 @@ public:
     static constexpr WORD EnterPressed = 13;          // the command box's notification code
     static constexpr std::size_t MacroRoom = 4096;    // bytes of the macros' names, or one's lines
     static constexpr std::size_t ConvertedFileRoom = 1000;
+    static constexpr WORD FindRoom = 512; // characters of a text to find and its NUL
 
     ~ZoTerm();
 
@@ -200,7 +202,7 @@ private:
     void Reboot(WORD command);
     void RunMenuMacro(WORD command);
     void LoadMacros(WORD command);
-    void ChooseFont(WORD command);
+    void ShowFonts(WORD command);
     void ShowOptions(WORD command);
     void Exit(WORD command);
     void SelectMenuBaudRate(WORD command);
@@ -256,6 +258,7 @@ private:
     // Status bar (StatusBar.cpp).
     bool CreateStatusBar();
     void LayOutStatusBar(int width);
+    void ForgetStatusText(const char* beginning);
     void SetStatusFill(std::uint32_t value);
     void SetStatusPort(std::int32_t number);
     LRESULT OnDrawItem(const DRAWITEMSTRUCT& item);
@@ -279,14 +282,39 @@ private:
     LRESULT AwaitAnswer(const char* line);
 
     // Output pane (OutputPane.cpp).
-    static LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam);
     bool CreateOutputPane();
     void SubclassOutput();
     void QueuePaneText(const char* bytes, std::uint32_t count);
+    void MakeQueueRoom(std::uint32_t count);
     void FlushPaneText();
     void EmptyOutputPane();
+    void ReportFullPane();
+    void ToggleDropOldest(WORD command);
+    void CheckDropOldest();
     void RestartGaugeTimer();
     LRESULT OnGaugeTimer();
+
+    // What the user sees of the pane (PaneView.cpp).
+    bool PaneFollows() const;
+    void NoteCaret();
+    void AppendToPane(const wchar_t* text, std::uint32_t drop);
+
+    // The keyboard in the pane (PaneKeys.cpp).
+    static LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam);
+    bool TakePaneInput(UINT message, WPARAM wParam, LPARAM lParam); // true: it ends here
+    bool TakePaneCharacter(WPARAM character, LPARAM lParam);
+    void GiveToCommandBox(UINT message, WPARAM wParam, LPARAM lParam);
+
+    // Find (PaneFind.cpp).
+    static UINT FindMessage(); // that of the system's find dialog
+    void ShowFindDialog(WORD command);
+    void FindAgain(WORD command);
+    LRESULT OnFindMessage();
+    void FindInPane(bool down);
+    void ReportNotFound();
+
+    void SaveOutput(WORD command); // PaneSave.cpp
+    DWORD WriteOutput(const char* path);
 
     // Output log (OutputLog.cpp). One that cannot be opened leaves the terminal without.
     void ReportLog(DWORD error);
@@ -355,7 +383,19 @@ private:
     char m_SplitCharacter[4] = {}; // the beginning of one, whose end has not come
     std::uint32_t m_SplitCount = 0;
     std::uint64_t m_PaneAppendedAt = 0; // GetTickCount64 of the last append
+    DWORD m_PaneRest = 0;               // ms from then to the next one, if that is much
     bool m_PaneTimerRuns = false;
+    bool m_PaneGap = false;          // what would be between the pane's text and this was dropped
+    bool m_PaneFullSaid = false;     // by the status bar
+    bool m_PaneCaretFirst = false;   // the caret stands at the selection's beginning
+    LRESULT m_FollowedLine = 0;      // the pane's first visible line when it followed last,
+    LRESULT m_FollowedLineCount = 1; // and its number of lines
+
+    HWND m_FindDialog = nullptr;
+    FINDREPLACEW m_Find = {};
+    DWORD m_FindChoices = FR_DOWN; // of the last search: direction, letter case, whole words
+    wchar_t m_FindText[FindRoom] = {};
+    char m_OutputFile[MAX_PATH] = {}; // where the output was saved last
 
     char m_MacroNames[MacroRoom] = {}; // what the items of the Macros menu stand for, a list
 };

@@ -87,10 +87,11 @@ TEST_F(SettingsTest, FreshKeyHoldsEveryDefault) {
     };
     for (const auto& [name, value] : expected)
         EXPECT_EQ(Stored(name), value) << name;
-    for (const char* name : {"ListOn", "FontItalic", "FontUnderline", "FontStrikeout", "Port",
-                             "SummaryWindowX", "SummaryWindowY", "MusicSupport", "MusicSupportExt",
-                             "MusicSupportCurExt", "SummaryPosition0", "SummaryPosition5",
-                             "AskBeforeSendWrongFile", "DisplaySummary", "UseLogFile", "LogTimes"})
+    for (const char* name :
+         {"ListOn", "FontItalic", "FontUnderline", "FontStrikeout", "Port", "SummaryWindowX",
+          "SummaryWindowY", "MusicSupport", "MusicSupportExt", "MusicSupportCurExt",
+          "SummaryPosition0", "SummaryPosition5", "AskBeforeSendWrongFile", "DisplaySummary",
+          "UseLogFile", "LogTimes", "FastTransfers", "DropOldestText"})
         EXPECT_EQ(Stored(name), number(0)) << name;
     for (const char* name : {"BootFile", "ReceiveFile", "SendFiles", "ImageFile", "MacrosFile",
                              "CmdWav", "CmdErrWav", "CompleteWav", "SendMid", "LogFile"})

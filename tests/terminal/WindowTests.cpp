@@ -209,21 +209,6 @@ TEST_F(WindowTest, NoticesMayGetLost) {
     EXPECT_TRUE(WaitUntil([&] { return !terminal->Port->AwaitsResults(); }));
 }
 
-TEST_F(WindowTest, FullPaneStaysAsItIsAndCountsOn) {
-    StartConnected();
-    const std::string filler(65530, 'f');
-    std::thread device([&] { peer->Send(filler); });
-    EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) == 65530; }, 20000));
-    device.join();
-    peer->Send("0123456789");
-    EXPECT_TRUE(PaneShows(filler + "01234"));
-    EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) == 65535; })) << "it stops at the limit";
-    EXPECT_EQ(Enter("ver", "more\x02"), OnTheWire("ver"));
-    EXPECT_TRUE(WaitUntil([&] { return !terminal->Port->AwaitsResults(); }));
-    EXPECT_TRUE(PaneShows(filler + "01234"));
-    EXPECT_EQ(GaugeOf(*terminal), 65535U);
-}
-
 TEST_F(WindowTest, FloodLeavesTheWindowAnswering) {
     StartConnected();
     std::atomic<bool> flooding{true};

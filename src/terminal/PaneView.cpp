@@ -1,0 +1,146 @@
+// What the user sees of the output pane: it follows the text that comes, unless somebody reads.
+
+#include "terminal/PaneView.h"
+
+#include "terminal/ZoTerm.h"
+
+#include <algorithm>
+#include <climits>
+#include <new>
+
+namespace {
+
+constexpr std::uint32_t DropStep = ZoTerm::PaneLimit / 4;
+constexpr int BehindAllText = INT_MAX; // a position: the control takes its end for it
+
+// The selection, and the corner of the text that is shown.
+struct PaneView {
+    DWORD from;
+    DWORD to;
+    LRESULT line;
+    int column; // in the scroll bar's units
+};
+
+LRESULT FirstLine(HWND pane) {
+    return SendMessageW(pane, EM_GETFIRSTVISIBLELINE, 0, 0);
+}
+
+LRESULT LineCount(HWND pane) {
+    return SendMessageW(pane, EM_GETLINECOUNT, 0, 0);
+}
+
+PaneView ViewOf(HWND pane) {
+    PaneView view = {0, 0, FirstLine(pane), GetScrollPos(pane, SB_HORZ)};
+    SendMessageW(pane, EM_GETSEL, reinterpret_cast<WPARAM>(&view.from),
+                 reinterpret_cast<LPARAM>(&view.to));
+    return view;
+}
+
+bool IsCharacterAt(HWND pane, DWORD character, POINT point) {
+    const LRESULT place = SendMessageW(pane, EM_POSFROMCHAR, character, 0);
+    return point.x == static_cast<short>(LOWORD(place)) &&
+           point.y == static_cast<short>(HIWORD(place));
+}
+
+// Selecting scrolls to the selection under some systems, so the place comes last.
+void Restore(HWND pane, const PaneView& view, bool caretFirst) {
+    SendMessageW(pane, EM_SETSEL, caretFirst ? view.to : view.from,
+                 static_cast<LPARAM>(caretFirst ? view.from : view.to));
+    SendMessageW(pane, EM_LINESCROLL, 0, view.line - FirstLine(pane));
+    if (GetScrollPos(pane, SB_HORZ) != view.column)
+        SendMessageW(pane, WM_HSCROLL, MAKEWPARAM(SB_THUMBPOSITION, view.column), 0);
+}
+
+void ReplaceText(HWND pane, int from, int to, const wchar_t* text) {
+    SendMessageW(pane, EM_SETSEL, static_cast<WPARAM>(from), to);
+    SendMessageW(pane, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(text));
+}
+
+// What was seen of the text moves with it, at most to the top.
+void DropOldest(HWND pane, std::uint32_t count, PaneView& view) {
+    const LRESULT lines = SendMessageW(pane, EM_LINEFROMCHAR, count, 0);
+    view.line = std::max<LRESULT>(view.line - lines, 0);
+    view.from -= std::min<DWORD>(view.from, count);
+    view.to -= std::min<DWORD>(view.to, count);
+    ReplaceText(pane, 0, static_cast<int>(count), L"");
+}
+
+} // namespace
+
+// The text's length may be counted in bytes.
+std::uint32_t PaneEnd(HWND pane) {
+    const auto last = static_cast<WPARAM>(LineCount(pane) - 1);
+    const LRESULT start = SendMessageW(pane, EM_LINEINDEX, last, 0);
+    return static_cast<std::uint32_t>(
+        start + SendMessageW(pane, EM_LINELENGTH, static_cast<WPARAM>(start), 0));
+}
+
+std::unique_ptr<wchar_t[]> PaneText(HWND pane) {
+    const std::uint32_t room = PaneEnd(pane) + 1;
+    std::unique_ptr<wchar_t[]> text(new (std::nothrow) wchar_t[room]());
+    if (text)
+        SendMessageW(pane, WM_GETTEXT, room, reinterpret_cast<LPARAM>(text.get()));
+    return text;
+}
+
+std::uint32_t OldestLines(const wchar_t* text, std::uint32_t count, std::uint32_t least) {
+    const std::uint32_t start = std::min(std::max(least, DropStep), count);
+    if (!text || start == 0)
+        return start;
+    const wchar_t* const end = std::find(text + start - 1, text + count, L'\n');
+    return end == text + count ? start : static_cast<std::uint32_t>(end - text) + 1;
+}
+
+// Nothing is selected or being selected, and the text's end is in view, or would be if the window
+// had not become smaller.
+bool ZoTerm::PaneFollows() const {
+    const PaneView view = ViewOf(m_hOutput);
+    if (view.from != view.to || GetCapture() == m_hOutput)
+        return false;
+    const LRESULT lines = LineCount(m_hOutput);
+    if (view.line == m_FollowedLine && lines == m_FollowedLineCount)
+        return true;
+    SCROLLINFO bar = {};
+    bar.cbSize = sizeof(bar);
+    bar.fMask = SIF_PAGE;
+    GetScrollInfo(m_hOutput, SB_VERT, &bar);
+    return view.line + static_cast<LRESULT>(bar.nPage) >= lines;
+}
+
+// The control does not tell at which end of the selection its caret is, only where it was drawn
+// last; that may be an earlier place when the text was scrolled since.
+void ZoTerm::NoteCaret() {
+    POINT caret = {};
+    const PaneView view = ViewOf(m_hOutput);
+    const bool selects = view.from != view.to;
+    if (selects && GetCaretPos(&caret) && IsCharacterAt(m_hOutput, view.from, caret))
+        m_PaneCaretFirst = true;
+    else if (!selects || IsCharacterAt(m_hOutput, view.to, caret))
+        m_PaneCaretFirst = false;
+}
+
+// Makes room of `drop` characters at the top first. The control can only append at its caret,
+// which it scrolls to; what it shows meanwhile is not drawn, where the system can do that.
+void ZoTerm::AppendToPane(const wchar_t* text, std::uint32_t drop) {
+    if (GetFocus() == m_hOutput)
+        NoteCaret();
+    const bool caretFirst = m_PaneCaretFirst;
+    const bool follows = PaneFollows();
+    const bool drawsLater = !follows || drop > 0;
+    PaneView view = ViewOf(m_hOutput);
+    if (drawsLater)
+        SendMessageW(m_hOutput, WM_SETREDRAW, FALSE, 0);
+    if (drop > 0)
+        DropOldest(m_hOutput, drop, view);
+    ReplaceText(m_hOutput, BehindAllText, BehindAllText, text);
+    if (!follows)
+        Restore(m_hOutput, view, caretFirst);
+    if (drawsLater) {
+        SendMessageW(m_hOutput, WM_SETREDRAW, TRUE, 0);
+        RedrawWindow(m_hOutput, nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+    }
+    if (follows) {
+        m_FollowedLine = FirstLine(m_hOutput);
+        m_FollowedLineCount = LineCount(m_hOutput);
+    }
+}
