@@ -6,7 +6,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <random>
+#include <sstream>
 
 using namespace simtest;
 
@@ -161,4 +163,44 @@ TEST_F(TransferLine, GivesAFilePacketByPacket) {
     EXPECT_EQ(Say(line, sim::ControlPacket(3, 2)), sim::DataPacket(2, ""));
     EXPECT_EQ(Say(line, sim::ControlPacket(2, 2)), "");
     EXPECT_EQ(line.Ask("pc off"), "\x02pc off\r\nzorbel> ");
+}
+
+TEST_F(TransferLine, TheExampleOfAScriptDoesWhatItsPageTells) {
+    std::ifstream file(std::string(ZO_EXAMPLES) + "/faults.txt");
+    VirtualLine line = Line(std::string(std::istreambuf_iterator<char>(file), {}));
+    const std::string usual = line.Ask("ver");
+    EXPECT_EQ(line.Ask("ver"), "\x01");
+    EXPECT_EQ(line.Ask("ver") + line.Ask("ver"), "");
+    EXPECT_EQ(line.Wait(1000), usual);
+    EXPECT_EQ(line.Ask("ver").size(), usual.size() + 20);
+    line.Send(Wire("ver"));
+    EXPECT_EQ(line.Chunks(2000).size(), (usual.size() + 3) / 4);
+
+    std::string data(3000, '\0');
+    std::iota(data.begin(), data.end(), '\0');
+    for (const char* talk :
+         {"0 ack 1 ack 2 nack 2 nack 2 ack 3 ack 4 ack 5 ack",
+          "0 ack 1 ack 2 ack 3 send1 1 send4 4 send5 5 done", "0 ack 1 ack 2 ack 3 cancel"}) {
+        fs::remove(root / "a" / "x");
+        Say(line, Wire("rcv /a/x 3000"));
+        std::istringstream words(talk);
+        std::string reply;
+        for (unsigned block = 0; words >> block >> reply;) {
+            const std::string part = data.substr(std::size_t{512} * block, 512);
+            const std::string said = Say(line, Frame(block, part));
+            EXPECT_EQ(said.substr(0, said.find('\r')), reply) << talk;
+        }
+        EXPECT_EQ(Stored("a/x"), reply == "cancel" ? "" : data) << talk;
+    }
+    std::ofstream(root / "a" / "x", std::ios::binary) << data;
+    for (const char* text : {"c", "pc on", "upl /a/x"})
+        EXPECT_EQ(line.Ask(text)[0], '\x02');
+    Say(line, sim::ControlPacket(5, 0));
+    for (const auto& [number, good] :
+         {std::pair(0, true), std::pair(1, false), std::pair(1, false), std::pair(1, true)})
+        EXPECT_EQ(Say(line, sim::ControlPacket(3, static_cast<std::uint16_t>(number))) ==
+                      sim::DataPacket(static_cast<std::uint8_t>(number),
+                                      data.substr(static_cast<std::size_t>(number) * 512, 512)),
+                  good)
+            << number;
 }
