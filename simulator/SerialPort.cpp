@@ -79,7 +79,7 @@ bool SerialPort::FinishRead(std::uint8_t* bytes, std::size_t room, std::size_t& 
     if (read == 0) {
         // A line whose other end is gone ends every read at once with nothing.
         if (++m_EmptyReads > MostEmptyReads) {
-            m_Error = ERROR_NOT_CONNECTED;
+            m_Error = ERROR_DEVICE_NOT_CONNECTED;
             return false;
         }
         Sleep(EmptyReadPause);
@@ -122,7 +122,7 @@ bool SerialPort::FinishWrite() {
     if (!GetOverlappedResult(m_Port, &m_Write, &written, TRUE))
         return Fail();
     if (written == 0) {
-        m_Error = ERROR_NOT_CONNECTED;
+        m_Error = ERROR_DEVICE_NOT_CONNECTED;
         return false;
     }
     const auto done = std::min<std::size_t>(written, m_WriteCount);

@@ -3,6 +3,7 @@
 // The command line of ZorbelSim.exe.
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,8 @@ namespace sim {
 struct SimOptions {
     std::uint32_t port = 11; // the number of the COM port
     std::uint32_t baud = 115200;
-    std::wstring files;  // the host folder with the device's files; empty: no storage
-    std::wstring script; // the fault script; empty: none
+    std::filesystem::path files;  // the host folder with the device's files; empty: no storage
+    std::filesystem::path script; // the fault script; empty: none
     std::uint32_t pace = 0;
     std::uint32_t text = 0;
     std::uint32_t startDelay = 0;
@@ -21,14 +22,12 @@ struct SimOptions {
     std::uint32_t bootWait = 3000;
     std::uint32_t byNumber = 0;
     std::uint32_t hostile = 0; // the seed; 0: a device that behaves
-    bool help = false;
 };
 
-// What `--help` prints.
-std::string SimUsage();
-
-// Reads the arguments behind the program's name. Returns what is wrong with them; an empty text,
-// with `options` filled in, when nothing is.
-std::string ParseOptions(const std::vector<std::wstring>& arguments, SimOptions& options);
+// Reads the arguments behind the program's name, in UTF-8. Returns what is wrong with them; an
+// empty text when nothing is, with either `options` or, when the user asks for it, `help` filled
+// in.
+std::string ParseOptions(const std::vector<std::string>& arguments, SimOptions& options,
+                         std::string& help);
 
 } // namespace sim

@@ -1,0 +1,89 @@
+// ZorbelSim.exe as its users start it: what it says, where, and its exit code.
+
+#include "rig/Files.h"
+#include "rig/Process.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+struct Outcome {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+// Text files of Windows have CR LF.
+std::string Lines(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    return text;
+}
+
+Outcome Simulator(const TestFolder& folder, const std::string& arguments) {
+    const std::string command = "\"\"" + BuildFile("ZorbelSim.exe") + "\" " + arguments + " >\"" +
+                                folder.Path("out") + "\" 2>\"" + folder.Path("err") + "\"\"";
+    const int code = std::system(command.c_str());
+    return {code, Lines(folder.Read("out")), Lines(folder.Read("err"))};
+}
+
+} // namespace
+
+TEST(SimulatorProgram, TellsWhatIsWrongLastAndEndsAccordingly) {
+    const TestFolder folder;
+    folder.Write("bad.txt", "next silent\nnext bang\n");
+    const std::string example = std::string(ZO_EXAMPLES) + "/faults.txt";
+    const std::string noPort = "COM250 cannot be opened: there is no such port";
+    const struct {
+        std::string arguments;
+        int code;
+        std::string message;
+    } cases[] = {
+        {"--port com250 --files \"" + folder.Path("device") + "\"", 1, noPort},
+        {"--port 250 --script \"" + example + "\"", 1, noPort},
+        {"--port 1 --files \"\" --hostile 4294967295 --port COM250", 1, noPort},
+        {"--port COM0", 2, "--port: wants COM1 to COM255, not COM0"},
+        {"--baud 0x100", 2, "--baud: wants 50 to 4000000, not 0x100"},
+        {"--hostile 4294967296", 2, "--hostile: wants 1 to 4294967295, not 4294967296"},
+        {"--speed 9600", 2, "unknown option: --speed"},
+        {"COM250", 2, "unknown option: COM250"},
+        {"--port 250 --files", 2, "--files wants a value"},
+        {"--files none", 2, "the folder none cannot be read: "},
+        {"--files \"" + folder.Path("bad.txt") + "\"", 2, folder.Path("bad.txt") + " is no folder"},
+        {"--script none", 2, "the script none cannot be read: "},
+        {"--script \"" + folder.Path("bad.txt") + "\"", 2,
+         folder.Path("bad.txt") + ", line 2: unknown fault: bang"},
+    };
+    for (const auto& each : cases) {
+        const Outcome outcome = Simulator(folder, each.arguments);
+        EXPECT_EQ(outcome.code, each.code) << each.arguments;
+        EXPECT_EQ(outcome.out, "") << each.arguments;
+        const std::string wanted = "ZorbelSim: " + each.message;
+        const std::size_t begin = outcome.err.rfind('\n', outcome.err.size() - 2) + 1;
+        const std::string last = outcome.err.substr(begin);
+        EXPECT_EQ(last.substr(0, wanted.size()), wanted) << each.arguments;
+        // The system's words follow where the message ends with a blank.
+        EXPECT_EQ(last.size() > wanted.size() + 1, each.message.back() == ' ') << last;
+        EXPECT_EQ(last.find("error "), std::string::npos) << last;
+    }
+}
+
+TEST(SimulatorProgram, HelpTellsThePurposeEachOptionAndItsDefault) {
+    const TestFolder folder;
+    const Outcome help = Simulator(folder, "--help");
+    EXPECT_EQ(help.code, 0);
+    EXPECT_EQ(help.err, "");
+    EXPECT_NE(help.out.substr(0, 200).find("handheld on a COM port"), std::string::npos);
+    std::size_t at = 0;
+    for (const char* option :
+         {"port", "files", "script", "baud", "pace", "text", "start-delay", "reply-delay",
+          "restart-pause", "boot-wait", "by-number", "hostile"}) {
+        at = help.out.find("  --" + std::string(option) + " ", at);
+        ASSERT_NE(at, std::string::npos) << option;
+        EXPECT_LT(help.out.find("default: ", at), help.out.find("  --", at + 2)) << option;
+    }
+    for (const char* spelling : {"-h", "/?"})
+        EXPECT_EQ(Simulator(folder, spelling).out, help.out) << spelling;
+}
