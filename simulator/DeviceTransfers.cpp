@@ -82,6 +82,7 @@ bool ZorbelDevice::BeginTransfer(Transfer transfer, Call& call) {
         {FaultKind::Lose, &LineNoise::Rates::lost},
         {FaultKind::Damage, &LineNoise::Rates::damaged},
         {FaultKind::Repeat, &LineNoise::Rates::repeated},
+        {FaultKind::Insert, &LineNoise::Rates::inserted},
     };
     for (const auto& [kind, rate] : kinds) {
         if (const Fault* const fault = m_Script.Find(kind, m_CommandNumber)) {
@@ -120,6 +121,8 @@ void ZorbelDevice::ReceiveTransferByte(std::uint8_t byte, Millis now) {
         ReceiveLineByte(byte, now);
         return;
     }
+    if (m_State == State::Taking && m_Frame.Empty())
+        SayEarly(now);
     switch (m_Frame.Add(byte)) {
     case FrameCollector::Result::More: return;
     case FrameCollector::Result::Damaged: m_Transfer.discards = true; return;
@@ -189,7 +192,9 @@ void ZorbelDevice::TakeBlock(Millis now) {
 
 // Says what is due now, or what a fault wants in its place.
 void ZorbelDevice::Reply(Millis now) {
-    const bool muted = Hits(FaultKind::Mute);
+    if (Restarts(now))
+        return;
+    const bool muted = Hits(FaultKind::Mute) || std::exchange(m_Transfer.replied, false);
     const Fault* const ask = At(FaultKind::Ask);
     std::string line = "ack";
     std::uint32_t wanted = m_Transfer.Wanted();
@@ -211,9 +216,14 @@ void ZorbelDevice::Reply(Millis now) {
             over = true;
         }
     }
+    line += "\r\n";
+    if (Hits(FaultKind::Twice))
+        line += line;
+    if (const Fault* const text = At(FaultKind::Text))
+        line.insert(0, std::string(text->numbers[1], '.') + "\r\n");
     const Millis due = NextStepDue(now);
     if (!muted)
-        Say(line + "\r\n", due);
+        Say(line, due);
     m_StateEnd = due + AskAgain;
     if (!over)
         return;
@@ -245,7 +255,7 @@ void ZorbelDevice::GivePacket(Millis now) {
         EndTransfer(now);
         return;
     }
-    if (code != ControlStart && code != ControlNext)
+    if ((code != ControlStart && code != ControlNext) || Restarts(now))
         return;
     const bool ends = At(FaultKind::End) != nullptr;
     std::string packet = ends                   ? ControlPacket(ControlEnd, 0)
@@ -253,6 +263,8 @@ void ZorbelDevice::GivePacket(Millis now) {
                                                 : NextPacket(number);
     const bool muted = Hits(FaultKind::Mute);
     DamagePacket(packet);
+    if (Hits(FaultKind::Twice))
+        packet += packet;
     const Millis due = NextStepDue(now);
     if (!muted)
         Say(packet, due);
@@ -302,6 +314,8 @@ void ZorbelDevice::LeaveTransfer(Millis now) {
 // When the next reply or packet goes; counts the step.
 Millis ZorbelDevice::NextStepDue(Millis now) {
     const Fault* const pause = At(FaultKind::Pause);
+    if (const Fault* const deaf = At(FaultKind::Deaf))
+        m_DeafUntil = now + deaf->numbers[1];
     ++m_Transfer.step;
     return now + m_Setup.replyDelay + (pause == nullptr ? 0 : pause->numbers[1]);
 }
@@ -319,7 +333,25 @@ const Fault* ZorbelDevice::At(FaultKind kind) const {
     return fault != nullptr && fault->numbers[0] == m_Transfer.step ? fault : nullptr;
 }
 
-void ZorbelDevice::Say(std::string_view bytes, Millis due) {
+// The reply to a frame of which only the first byte has come.
+void ZorbelDevice::SayEarly(Millis now) {
+    if (!Hits(FaultKind::Hasty))
+        return;
+    Say("ack\r\n", now);
+    m_Transfer.replied = true;
+}
+
+// True when a fault makes the device forget the transfer and start anew.
+bool ZorbelDevice::Restarts(Millis now) {
+    if (At(FaultKind::Restart) == nullptr)
+        return false;
+    LeaveTransfer(now);
+    m_State = State::Restarting;
+    m_StateEnd = now + m_Setup.restartPause;
+    return true;
+}
+
+void ZorbelDevice::Say(const std::string& bytes, Millis due) {
     Send(m_Transfer.outgoing.Pass(bytes), due);
 }
 

@@ -38,6 +38,9 @@ constexpr FaultRule FaultRules[] = {
     {"noise-before", FaultKind::NoiseBefore, {{NoiseCount, NoiseSeed}}},
     {"noise-after", FaultKind::NoiseAfter, {{NoiseCount, NoiseSeed}}},
     {"split", FaultKind::Split, {{{"SIZE", 1, 4096}, {"GAP", 1, 10000}}}},
+    {"unanswered", FaultKind::Unanswered, {}},
+    {"answer-twice", FaultKind::AnswerTwice, {}},
+    {"early", FaultKind::Early, {}},
     {"mute", FaultKind::Mute, {{Step, Times}}},
     {"pause", FaultKind::Pause, {{Step, {"MS", 1, 60000}}}},
     {"nack", FaultKind::Nack, {{Step, Times}}},
@@ -50,9 +53,15 @@ constexpr FaultRule FaultRules[] = {
     {"overlong", FaultKind::Overlong, {{Step, Times}}},
     {"noise", FaultKind::Noise, {{Step, NoiseCount}}},
     {"end", FaultKind::End, {{Step}}},
+    {"twice", FaultKind::Twice, {{Step, Times}}},
+    {"hasty", FaultKind::Hasty, {{Step, Times}}},
+    {"text", FaultKind::Text, {{Step, NoiseCount}}},
+    {"deaf", FaultKind::Deaf, {{Step, {"MS", 1, 60000}}}},
+    {"restart", FaultKind::Restart, {{Step}}},
     {"lose", FaultKind::Lose, {{Rate, NoiseSeed}}},
     {"damage", FaultKind::Damage, {{Rate, NoiseSeed}}},
     {"repeat", FaultKind::Repeat, {{Rate, NoiseSeed}}},
+    {"insert", FaultKind::Insert, {{Rate, NoiseSeed}}},
 };
 
 const FaultRule* FindRule(std::string_view name) {

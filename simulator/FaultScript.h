@@ -20,6 +20,9 @@ enum class FaultKind {
     NoiseBefore,
     NoiseAfter,
     Split,
+    Unanswered,
+    AnswerTwice,
+    Early,
     Mute,
     Pause,
     Nack,
@@ -32,9 +35,15 @@ enum class FaultKind {
     Overlong,
     Noise,
     End,
+    Twice,
+    Hasty,
+    Text,
+    Deaf,
+    Restart,
     Lose,
     Damage,
     Repeat,
+    Insert,
 };
 
 struct Fault {

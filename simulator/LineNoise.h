@@ -1,6 +1,6 @@
 #pragma once
 
-// Bytes lost, damaged or repeated at random, the same ones for the same seed.
+// Bytes lost, damaged, repeated or inserted at random, the same ones for the same seed.
 
 #include <cstdint>
 #include <random>
@@ -16,6 +16,7 @@ public:
         std::uint32_t lost = 0;
         std::uint32_t damaged = 0;
         std::uint32_t repeated = 0;
+        std::uint32_t inserted = 0;
     };
 
     LineNoise() = default;
@@ -32,6 +33,8 @@ public:
             passed.push_back(damaged ? flipped : byte);
             if (Hits(m_Rates.repeated))
                 passed.push_back(byte);
+            if (m_Rates.inserted != 0 && Hits(m_Rates.inserted))
+                passed.push_back(static_cast<char>(m_Random()));
         }
         return passed;
     }

@@ -30,6 +30,7 @@ struct Transfer {
     bool opened = false;         // the device has said its first reply
     bool byNumber = false;       // the device asks for each block by its number
     bool discards = false;       // until the line is silent
+    bool replied = false;        // to a frame, before it had come
     LineNoise incoming;
     LineNoise outgoing;
 

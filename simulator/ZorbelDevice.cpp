@@ -88,6 +88,8 @@ void ZorbelDevice::EnterConsole(Millis now) {
 
 // Every received byte comes through here and goes to what listens in the present state.
 void ZorbelDevice::ReceiveByte(std::uint8_t byte, Millis now) {
+    if (now < m_DeafUntil)
+        return;
     switch (m_State) {
     case State::Starting:
     case State::Restarting: return;
@@ -103,6 +105,8 @@ void ZorbelDevice::ReceiveByte(std::uint8_t byte, Millis now) {
 
 void ZorbelDevice::ReceiveLineByte(std::uint8_t byte, Millis now) {
     CommandLine line;
+    if (!m_Line.Begun() && m_Script.Find(FaultKind::Early, m_CommandNumber + 1) != nullptr)
+        Send(std::string(1, static_cast<char>(Accepted)), now);
     if (m_Line.Add(byte, now, line))
         HandleLine(line, now);
 }
@@ -124,7 +128,7 @@ void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
     call.due = late == nullptr ? answerDue : now + late->numbers[0];
     const bool accepted = Carry(line, call);
     AddNoise(FaultKind::NoiseBefore, call.due);
-    Send(std::string(1, static_cast<char>(accepted ? Accepted : Refused)), call.due);
+    AddAnswer(accepted, call.due);
     AddNoise(FaultKind::NoiseAfter, call.due);
     if (accepted && !m_Quiet)
         Send(Printable(line.text) + "\r\n", call.due);
@@ -153,6 +157,15 @@ bool ZorbelDevice::Carry(const CommandLine& line, Call& call) {
 bool ZorbelDevice::Works(Place place) const {
     return m_State == State::Console || place == Place::Everywhere ||
            (m_State == State::Loader && place == Place::ConsoleAndLoader);
+}
+
+// An early answer has gone already.
+void ZorbelDevice::AddAnswer(bool accepted, Millis due) {
+    if (m_Script.Find(FaultKind::Early, m_CommandNumber) != nullptr ||
+        m_Script.Find(FaultKind::Unanswered, m_CommandNumber) != nullptr)
+        return;
+    const bool twice = m_Script.Find(FaultKind::AnswerTwice, m_CommandNumber) != nullptr;
+    Send(std::string(twice ? 2 : 1, static_cast<char>(accepted ? Accepted : Refused)), due);
 }
 
 void ZorbelDevice::AddNoise(FaultKind kind, Millis due) {

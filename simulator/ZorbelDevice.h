@@ -106,6 +106,7 @@ private:
     bool Carry(const CommandLine& line, Call& call);
     bool ListFolder(std::string_view folder, std::string& output) const;
     void AddNoise(FaultKind kind, Millis due);
+    void AddAnswer(bool accepted, Millis due);
     void AddPrompt(Millis due);
     void AddBurst(Millis now);
     void Send(std::string bytes, Millis due) { m_Output.Add(std::move(bytes), due, m_Shape); }
@@ -126,7 +127,9 @@ private:
     Millis NextStepDue(Millis now);
     bool Hits(FaultKind kind) const;
     const Fault* At(FaultKind kind) const;
-    void Say(std::string_view bytes, Millis due);
+    void Say(const std::string& bytes, Millis due);
+    void SayEarly(Millis now);
+    bool Restarts(Millis now);
 
     DeviceSetup m_Setup;
     FaultScript m_Script;
@@ -142,7 +145,8 @@ private:
     Transfer m_Transfer;
     FrameCollector m_Frame;
     std::uint32_t m_CommandNumber = 0;
-    Shape m_Shape; // of everything that is sent until the next command line
+    Millis m_DeafUntil = 0; // nothing that comes before is heard
+    Shape m_Shape;          // of everything that is sent until the next command line
 };
 
 } // namespace sim

@@ -57,6 +57,17 @@ TEST(Faults, NoiseStandsAroundTheAnswerAndNeverLooksLikeOne) {
     EXPECT_NE(line.Ask("c"), first);
 }
 
+TEST(Faults, AnAnswerIsLostComesTwiceOrComesEarly) {
+    VirtualLine line({}, "1 unanswered\nnext answer-twice\nnext early\n");
+    line.Wait(100);
+    EXPECT_EQ(line.Ask("c"), Usual.substr(1));
+    EXPECT_EQ(line.Ask("c"), "\x02" + Usual);
+    line.Send("c");
+    EXPECT_EQ(line.Wait(0), "\x02");
+    line.Send(Wire("c").substr(1));
+    EXPECT_EQ(line.Wait(1000), Usual.substr(1));
+}
+
 TEST(Script, BadLinesAreReportedByNumberAndGoodOnesKept) {
     const char* const bad[] = {
         "sometimes refuse",

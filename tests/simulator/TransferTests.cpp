@@ -128,6 +128,21 @@ TEST_F(TransferLine, CEndsAnyTransferAndLeavesNoFile) {
     EXPECT_EQ(line.Ask("ver")[0], '\x02');
 }
 
+TEST_F(TransferLine, RepliesComeTwiceEarlyAndWithTextAndTheDeviceIsDeafOrRestarts) {
+    VirtualLine line = Line("1 twice 0 1\n1 hasty 1 1\n1 text 2 3\n1 deaf 2 500\n1 restart 3\n");
+    EXPECT_EQ(line.Ask("rcv x.bin 2048").substr(1), "rcv x.bin 2048\r\nack\r\nack\r\n");
+    const std::string data(512, 'd');
+    line.Send("C");
+    EXPECT_EQ(line.Wait(1), "ack\r\n");
+    EXPECT_EQ(Say(line, Frame(0, data).substr(1)), "");
+    EXPECT_EQ(Say(line, Frame(1, data)), "...\r\nack\r\n");
+    EXPECT_EQ(Say(line, Frame(2, data)), "") << "nothing is heard";
+    line.Wait(250);
+    EXPECT_EQ(Say(line, Frame(2, data)), "");
+    EXPECT_EQ(line.Wait(300), "Preparing to load ZoOS\r\n");
+    EXPECT_FALSE(fs::exists(root / "default/x.bin"));
+}
+
 TEST_F(TransferLine, ImageEndsWithItsLastWholeBlock) {
     VirtualLine line = Line();
     line.Ask("imgrcv 264 2");
