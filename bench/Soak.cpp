@@ -1,6 +1,7 @@
 // zo_soak MINUTES: twenty terminals send and receive until their lines have been busy for that
-// many minutes in all. Prints what the process uses after a first round and at the end, and ends
-// with 1 when that has grown or a file arrived wrong.
+// many minutes in all, while their adapters are pulled and plugged in, one after the other. Prints
+// what the process uses after the first five minutes, at times, and at the end, and ends with 1
+// when that has grown or a file arrived wrong.
 
 #include "bench/Usage.h"
 #include "rig/Crowd.h"
@@ -15,6 +16,9 @@ namespace {
 
 constexpr int MostTerminals = 20;
 constexpr int RoundOperations = 2;         // of each terminal
+constexpr double WarmUp = 5 * 60;          // seconds of line time
+constexpr double PrintPeriod = 5 * 60;     // seconds of line time
+constexpr DWORD BeforeThePull = 700;       // ms; then each terminal is at work
 constexpr std::size_t FileSize = 10 << 10; // bytes
 constexpr DWORD LongestRound = 120000;     // ms
 constexpr double MemoryPlay = 2 << 20;     // bytes that a heap may come and go
@@ -45,10 +49,14 @@ bool Grew(const Figures& before, const Figures& after) {
            after.objects.user > before.objects.user + ObjectPlay;
 }
 
-// False when it did not end, or a file arrived wrong.
-bool Round(Crowd& crowd) {
+// A round of work, in which one terminal loses its port. False when it did not end, or a file
+// arrived wrong.
+bool Round(Crowd& crowd, std::size_t pulled) {
     crowd.Assign(RoundOperations, FileSize);
-    return WaitUntil([&] { return crowd.AllDone(); }, LongestRound) && crowd.WrongFiles() == 0;
+    const auto done = [&] { return crowd.AllDone(); };
+    WaitUntil(done, BeforeThePull);
+    crowd.Replug(pulled, RoundOperations);
+    return WaitUntil(done, LongestRound) && crowd.WrongFiles() == 0;
 }
 
 } // namespace
@@ -65,16 +73,26 @@ int main(int argc, char** argv) {
         return 1;
     const std::vector<ComPair> pairs = AllComPairs(MostTerminals);
     Crowd crowd(folder, pairs);
-    bool good = Round(crowd) && Round(crowd);
-    const Figures before = Take();
-    Print("start", before);
-    const double start = Seconds();
     const auto lines = static_cast<double>(pairs.size());
-    while (good && (Seconds() - start) * lines < minutes * 60)
-        good = Round(crowd);
+    const double start = Seconds();
+    const auto lineTime = [&] { return (Seconds() - start) * lines; };
+    bool good = true;
+    std::size_t round = 0;
+    Figures before = {};
+    double printed = 0;
+    while (good && (lineTime() < minutes * 60 || before.memory == 0)) {
+        good = Round(crowd, round++ % pairs.size());
+        if (lineTime() < WarmUp || lineTime() < printed + PrintPeriod)
+            continue;
+        printed = lineTime();
+        const Figures now = Take();
+        Print(before.memory == 0 ? "start" : "then", now);
+        if (before.memory == 0)
+            before = now;
+    }
     const Figures after = Take();
     Print("end", after);
-    std::printf("%.1f minutes of line time, %s\n", (Seconds() - start) * lines / 60,
+    std::printf("%.1f minutes of line time, %zu times unplugged, %s\n", lineTime() / 60, round,
                 !good                 ? "a file did not arrive as it was"
                 : Grew(before, after) ? "but something has grown"
                                       : "every byte right, nothing has grown");

@@ -47,6 +47,12 @@ if(WIN32)
   endif()
 endif()
 
+if(ZO_TRAP AND NOT MSVC)
+  # No runtime is linked in: what is undefined ends the program at once.
+  target_compile_options(zo_flags INTERFACE
+    -fsanitize=undefined -fno-sanitize=vptr -fsanitize-undefined-trap-on-error)
+endif()
+
 if(ZO_FUZZ)
   target_compile_options(zo_sanitize INTERFACE -fsanitize=fuzzer-no-link)
 endif()

@@ -3,6 +3,7 @@
 #include "base/Text.h"
 #include "fileops/ReceiveFileDialog.h"
 #include "resources/resource.h"
+#include "rig/Rig.h"
 #include "rig/Terminal.h"
 
 #include <algorithm>
@@ -12,12 +13,11 @@ Crowd::Crowd(const TestFolder& folder, const std::vector<ComPair>& pairs) : m_Fo
     for (std::size_t i = TerminalWindows().size(); i < pairs.size(); ++i)
         SendMessageA(TerminalWindows()[0], WM_COMMAND, CMD_NEW_WINDOW, 0);
     for (std::size_t i = 0; i < pairs.size(); ++i) {
-        Worker worker = {nullptr, nullptr, "crowd" + std::to_string(i)};
+        Worker worker = {nullptr, nullptr, "crowd" + std::to_string(i), pairs[i]};
         for (const HWND window : TerminalWindows())
             if (TerminalOf(window).m_Slot == i)
                 worker.terminal = &TerminalOf(window);
-        worker.device = std::make_unique<SimDevice>(
-            pairs[i].device, folder.Path(worker.place + "\\device"), "", sim::DeviceSetup(), false);
+        SwitchOn(worker);
         worker.terminal->Settings.m_ShowProgress = 0;
         worker.terminal->SelectDevice("a");
         EXPECT_TRUE(worker.terminal->OpenPort(pairs[i].number, 115200));
@@ -25,6 +25,25 @@ Crowd::Crowd(const TestFolder& folder, const std::vector<ComPair>& pairs) : m_Fo
                  folder.Path(worker.place + "\\back.bin").c_str());
         m_Workers.push_back(std::move(worker));
     }
+}
+
+void Crowd::SwitchOn(Worker& worker) {
+    worker.device = nullptr; // the port is free again
+    worker.device =
+        std::make_unique<SimDevice>(worker.pair.device, m_Folder.Path(worker.place + "\\device"),
+                                    "", sim::DeviceSetup(), false);
+}
+
+void Crowd::Replug(std::size_t terminal, int operations) {
+    Worker& worker = m_Workers[terminal];
+    const std::string& port = worker.pair.program;
+    if (!CutCable(port))
+        return;
+    EXPECT_TRUE(WaitUntil([&] { return worker.terminal->Settings.m_PortNumber == 0; }));
+    SwitchOn(worker);
+    RestoreCable(port);
+    EXPECT_TRUE(WaitUntil([&] { return worker.terminal->Settings.m_PortNumber != 0; }));
+    worker.left = operations;
 }
 
 void Crowd::Assign(int operations, std::size_t fileSize) {
@@ -43,7 +62,8 @@ bool Crowd::AllDone() {
     bool done = true;
     for (std::size_t i = 0; i < m_Workers.size(); ++i) {
         Worker& worker = m_Workers[i];
-        if (worker.terminal->TakesLists() && worker.left > 0)
+        if (worker.terminal->TakesLists() && worker.left > 0 &&
+            worker.terminal->Settings.m_PortNumber)
             Start(worker, (static_cast<std::size_t>(worker.left--) + i) % 2 == 0);
         done = done && worker.left == 0 && worker.terminal->TakesLists();
     }

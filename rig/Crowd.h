@@ -24,6 +24,10 @@ public:
     // Starts what can be started. True when all is done.
     bool AllDone();
 
+    // Pulls the adapter of one terminal and plugs it in again, with the device switched off and on:
+    // what ran there has failed, and is to be done anew.
+    void Replug(std::size_t terminal, int operations);
+
     // Files that did not arrive as they were, of those last assigned.
     int WrongFiles() const;
 
@@ -37,9 +41,11 @@ private:
         ZoTerm* terminal;
         std::unique_ptr<SimDevice> device;
         std::string place; // its folder
-        int left = 0;      // operations
+        ComPair pair;
+        int left = 0; // operations
     };
 
+    void SwitchOn(Worker& worker);
     void Start(Worker& worker, bool sends);
 
     const TestFolder& m_Folder;

@@ -157,6 +157,10 @@ Plan DrawPlan(std::uint32_t seed) {
     static constexpr Work works[] = {Work::Send,    Work::Send,    Work::Send,
                                      Work::Receive, Work::Receive, Work::Image,
                                      Work::Boot,    Work::Lines,   Work::Macro};
+    static constexpr const char* lines[] = {
+        "echo one", "echo two", "ver",       "dir a",      "help",
+        "",         "nothing",  "text 3000", "text 40000", "pc on",
+    };
     Dice dice(seed);
     Plan plan;
     plan.seed = seed;
@@ -166,8 +170,8 @@ Plan DrawPlan(std::uint32_t seed) {
     DrawDevice(dice, plan);
     DrawDeeds(dice, plan);
     DrawSettings(dice, plan);
-    for (std::uint32_t i = dice.From(1, 4); i > 0; --i)
-        plan.lines.push_back("echo l" + std::to_string(i));
+    for (std::uint32_t left = dice.From(1, 4); left > 0; --left)
+        plan.lines.emplace_back(Choose(dice, lines));
     return plan;
 }
 

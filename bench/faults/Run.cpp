@@ -201,8 +201,9 @@ bool Run::NeverEnds(const View& view, sim::Millis since) {
 }
 
 void Run::Do(const PlannedDeed& deed) {
-    static constexpr WORD dialogs[] = {CMD_ABOUT, CMD_PORT_OTHER, CMD_DEVICE_CUSTOM,
-                                       CMD_BAUD_OTHER};
+    static constexpr WORD dialogs[] = {CMD_ABOUT,      CMD_PORT_OTHER, CMD_DEVICE_CUSTOM,
+                                       CMD_BAUD_OTHER, CMD_OPTIONS,    CMD_FONT,
+                                       CMD_SEND_FILES, CMD_SUMMARY,    CMD_FIND};
     const ComPair& pair = m_Pilot.Pair();
     Note(NameOf(deed.deed));
     View view;
@@ -264,15 +265,15 @@ void Run::Tend() {
 
 void Run::TendDialog(HWND dialog) {
     m_Seen.erase(dialog);
-    WORD button = IDCANCEL;
+    char title[100] = {};
+    GetWindowTextA(dialog, title, sizeof(title));
+    WORD button = std::string(title) == "About Console" ? IDOK : IDCANCEL;
     if (GetDlgItem(dialog, IDC_NEW_NAME) && m_Plan.seed % 3 != 0) {
         const std::string name = "renamed" + std::to_string(++m_Renamed) + ".bin";
         SetDlgItemTextA(dialog, IDC_NEW_NAME, name.c_str());
         button = IDOK;
-    } else if (!GetDlgItem(dialog, IDC_NAME) && !GetDlgItem(dialog, IDC_NEW_NAME)) {
-        button = IDOK; // About's, the summary's
     }
-    Note("a dialog is answered");
+    Note(std::string("answer: ") + title);
     PostMessageA(dialog, WM_COMMAND, button, 0);
 }
 
