@@ -10,7 +10,7 @@
 namespace {
 
 constexpr DWORD SettleTime = 500;     // ms that the device gets between two files
-constexpr DWORD RestartTime = 3000;   // ms until a device that was told to restart must have begun
+constexpr DWORD RestartTime = 3000;   // ms until a device that was to restart must have begun
 constexpr DWORD LongestAnswer = 5000; // ms for lines that go before and behind a transfer
 constexpr char RestartBanner[] = "Preparing to load ZoOS";
 
@@ -179,7 +179,7 @@ ExitCode SendFiles(const LinkOptions& options, Report& report, HANDLE canceled) 
     return code;
 }
 
-// The device's console is told that a program talks, and in the end that one does no longer.
+// The device's console learns that a program talks to it, and at the end that none does.
 ExitCode ReceiveFile(const LinkOptions& options, Report& report, HANDLE canceled) {
     const std::string to = options.to.empty() ? LastPart(options.name) : options.to;
     std::string path;

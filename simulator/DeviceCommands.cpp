@@ -7,7 +7,7 @@ namespace sim {
 
 const ZorbelDevice::Command ZorbelDevice::Commands[] = {
     {"help", Place::Console, "help            lists the commands", &ZorbelDevice::RunHelp},
-    {"ver", Place::Console, "ver             tells the version", &ZorbelDevice::RunVersion},
+    {"ver", Place::Console, "ver             shows the version", &ZorbelDevice::RunVersion},
     {"dir", Place::Console, "dir [FOLDER]    lists the files", &ZorbelDevice::RunDir},
     {"echo", Place::Console, "echo TEXT       prints the text", &ZorbelDevice::RunEcho},
     {"text", Place::Console, "text BYTES      prints generated text", &ZorbelDevice::RunText},

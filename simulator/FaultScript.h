@@ -2,7 +2,7 @@
 
 // What goes wrong on the device's side, for tests of the host.
 //
-// docs/simulator.md tells how a script looks and what each fault does.
+// docs/simulator.md describes scripts and faults.
 
 #include <array>
 #include <cstddef>

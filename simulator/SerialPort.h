@@ -20,7 +20,7 @@ public:
     ~SerialPort();
 
     // Opens COM`number` with 8 data bits, no parity, one stop bit, DTR on and no flow control, and
-    // starts reading. To be called once. False when it fails; Error tells why.
+    // starts reading. To be called once. False when it fails; Error says why.
     bool Open(std::uint32_t number, std::uint32_t baud);
 
     // Signaled when FinishRead, or FinishWrite, has something to collect.

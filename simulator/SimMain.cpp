@@ -192,7 +192,7 @@ int main() {
     std::string help;
     const std::string error = sim::ParseOptions(Arguments(), options, help);
     if (!error.empty()) {
-        std::fputws(L"usage: ZorbelSim [OPTION VALUE]...; --help tells more\n", stderr);
+        std::fputws(L"usage: ZorbelSim [OPTION VALUE]...; --help says more\n", stderr);
         Complain(FromUtf8(error));
         return ExitUsage;
     }

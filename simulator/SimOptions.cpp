@@ -65,7 +65,7 @@ constexpr char Purpose[] =
 constexpr char Ending[] =
     "It ends with Ctrl+C (exit code 0), or when the port cannot be opened or is gone\n"
     "(1). Exit code 2: options, the folder or the script cannot be used.\n"
-    "docs/simulator tells how to make a null modem, and what a script looks like.";
+    "docs/simulator says how to make a null modem, and what a script looks like.";
 
 // Behind `prefix`, which is in capitals and may be left out, nothing but digits counts; the parser
 // itself would take 010 for eight.
@@ -89,7 +89,7 @@ CLI::Validator Within(std::uint32_t low, std::uint32_t high, const std::string& 
 }
 
 void AddOptions(CLI::App& app, SimOptions& options) {
-    app.set_help_flag("-h,-?,--help", "tells this; so does /?");
+    app.set_help_flag("-h,-?,--help", "shows this; so does /?");
     app.allow_windows_style_options();
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.add_option("--port", options.port,

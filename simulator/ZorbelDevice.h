@@ -1,7 +1,7 @@
 #pragma once
 
 // The device's side of the line: bytes and time in, bytes out. It has no thread and no clock: the
-// caller tells the time with every call, never going back.
+// caller passes the time with every call, never going back.
 
 #include <cstddef>
 #include <cstdint>

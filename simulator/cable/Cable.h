@@ -49,7 +49,7 @@ private:
     std::size_t m_End = 0;
 };
 
-// One end of a cable. Whoever uses it reads and writes until told otherwise, then waits for an
+// One end of a cable. Whoever uses it reads and writes until nothing more goes, then waits for an
 // event to say that it may be tried again.
 class End {
 public:

@@ -42,7 +42,7 @@ public:
     int Master() const { return m_Master.Get(); }
     const std::string& Slave() const { return m_Slave; }
 
-    // True while a program has the slave open. The kernel only tells so for a slave that was open
+    // True while a program has the slave open. The kernel only says so for a slave that was open
     // before; MakeRaw has seen to that.
     bool InUse() const {
         pollfd state = {m_Master.Get(), 0, 0};

@@ -2,6 +2,6 @@
 
 class ZoTerm;
 
-// GUI thread. Loads m_BootFile into the device once it restarts; m_ProgressDialog tells whether
+// GUI thread. Loads m_BootFile into the device once it restarts; m_ProgressDialog shows whether
 // that runs.
 void OpenBootDialog(ZoTerm& terminal);

@@ -143,7 +143,7 @@ TransferNews LookAtTransfer(ZoTerm& terminal, LPARAM notification, TransferInfo&
     return TransferNews::Ended;
 }
 
-// A clip that is told to play begins again, so it is told once.
+// ACM_PLAY starts a clip over, so it is sent once.
 void PlayClip(ZoTerm& terminal) {
     if (std::exchange(terminal.Operation.m_ClipPlays, true))
         return;

@@ -1,4 +1,4 @@
-// One file from the device, with the console told that a program talks to it.
+// One file from the device, while its console knows that it talks to a program.
 
 #include "fileops/ReceiveFileDialog.h"
 

@@ -100,7 +100,7 @@ bool ComPort::StartUpload() {
         SendControl(CtlStart, 0);
         if (!ReadPacket(type, sub, length, payload, sizeof(payload)))
             ++failures;
-        // Also after a failed read: a packet that lost only its end still tells what it is.
+        // Also after a failed read: a packet that lost only its end still shows what it is.
         const std::uint8_t code = ControlCodeOf(type, length, payload);
         if (code == CtlReady)
             return failures < MostFailures;

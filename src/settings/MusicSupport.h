@@ -17,7 +17,7 @@ constexpr std::int32_t MostMusicRows = 1000;
 // exhausted.
 bool ResizeMusicSupport(TermSettings& settings, std::int32_t rows);
 
-// Adds what the section "Music Support" of an ini file tells: rows of new extensions behind the
+// Adds what the section "Music Support" of an ini file holds: rows of new extensions behind the
 // table, rows of known ones over theirs. Without a file that switches music support on or off
 // nothing changes. `path` is a full path.
 void MergeMusicSupportIni(TermSettings& settings, const char* path);

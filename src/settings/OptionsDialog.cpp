@@ -163,7 +163,7 @@ void SelectRow(HWND dialog, Options& options, int row) {
         SetDlgItemTextA(dialog, IDC_SOUND_FILE, options.sounds[row]);
 }
 
-// Right for either order in which the list may tell that one row lost the selection and another
+// Right for either order in which the list may report that one row lost the selection and another
 // got it.
 INT_PTR OnSoundChanged(HWND dialog, const NMLISTVIEW& change) {
     Options* const options = OptionsOf(dialog);

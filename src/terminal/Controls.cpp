@@ -129,7 +129,7 @@ LRESULT ZoTerm::OnControlColor(HDC context, HWND control) {
     return reinterpret_cast<LRESULT>(GetSysColorBrush(background));
 }
 
-// The system's colors, its contrast or its theme may have changed. The common controls are told of
+// The system's colors, its contrast or its theme may have changed. The common controls learn of
 // colors by their window.
 LRESULT ZoTerm::OnLookChange(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_SYSCOLORCHANGE)

@@ -40,7 +40,7 @@ void ZoTerm::ChooseTextFont(HWND owner) {
         TakeTextFont(dialog.rgbColors);
 }
 
-// Makes the font that m_Font tells that of the controls. One that cannot be made leaves them the
+// Makes the font that m_Font describes that of the controls. One that cannot be made leaves them the
 // font and the color that they have. The layout follows: the command box is as high as its font.
 void ZoTerm::TakeTextFont(COLORREF color) {
     const HFONT before = m_hFont;

@@ -11,7 +11,7 @@
 
 enum PacketType : std::uint32_t { PacketData = 1, PacketControl = 2 };
 
-// What a control packet tells: the first of its two 16-bit fields.
+// What a control packet means: the first of its two 16-bit fields.
 enum ControlCode : std::uint16_t {
     CtlReady = 1, // device: data follows
     CtlEnd = 2,   // the transfer is over; host: after so many blocks, 0 when it gives up
@@ -56,18 +56,18 @@ template <typename Source> std::uint32_t ReadLongFrom(Source& source) {
     return high << 16 | low;
 }
 
-// One attempt, its first byte read. False when the packet is damaged; `missing` tells that it is
+// One attempt, its first byte read. False when the packet is damaged; `missing` says that it is
 // because a byte of the payload did not come.
 template <typename Source>
 bool ReadPacketBody(Source& source, std::uint32_t first, std::uint32_t& type, std::uint8_t& sub,
                     std::uint32_t& length, std::uint8_t* payload, std::uint32_t max,
                     bool& missing) {
     const int second = source.ReadByte();
-    const std::int32_t told = ReadWordFrom(source);
+    const std::int32_t announced = ReadWordFrom(source);
     type = first;
     sub = static_cast<std::uint8_t>(second);
-    length = static_cast<std::uint32_t>(told) & 0xFFFF;
-    const bool whole = second >= 0 && told >= 0 && length <= max;
+    length = static_cast<std::uint32_t>(announced) & 0xFFFF;
+    const bool whole = second >= 0 && announced >= 0 && length <= max;
     length = length < max ? length : max;
     for (std::uint32_t i = 0; i < length; ++i) {
         const int byte = source.ReadByte();

@@ -20,7 +20,7 @@ struct ReplyWord {
     bool shown;
 };
 
-// The boot banner tells a waiting boot transfer to go on, and is text for the reader as well.
+// The boot banner lets a waiting boot transfer go on, and is text for the reader as well.
 constexpr ReplyWord ReplyWords[] = {
     {"ack", ReplyAck, false},       {"nack", ReplyNack, false},
     {"cancel", ReplyCancel, false}, {"done", ReplyDone, false},

@@ -1,6 +1,6 @@
 #pragma once
 
-// The device's reply lines: collecting a line from the stream and telling what it means.
+// The device's reply lines: collecting a line from the stream and finding out what it means.
 // No windows.h.
 
 #include <cstddef>
