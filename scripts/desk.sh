@@ -12,11 +12,15 @@ desk_await() { rig_until "${2:-30}" xdotool search --onlyvisible --name "${1:-$d
 # Gives the terminal the keyboard.
 desk_focus() { xdotool search --sync --onlyvisible --name "$desk_title" windowfocus --sync; }
 
-# Types a line into the terminal and leaves a moment to look on.
+# Leaves a moment to look on.
+desk_moment=1.5
+desk_look() { sleep "$desk_moment"; }
+
+# Types a line into the terminal.
 desk_line() {
   desk_focus
   xdotool type --delay 15 --args 1 "$1" key Return
-  sleep 1.5
+  desk_look
 }
 
 # desk_menu LETTER...: a command of the terminal's menu, by its letters.
