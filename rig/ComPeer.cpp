@@ -5,25 +5,21 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <sstream>
 
 ComPair ReadComPair() {
-    const char* names = std::getenv("ZO_COM_PAIR");
-    const std::string pair = names ? names : "COM1,COM101";
-    const std::size_t comma = pair.find(',');
-    ComPair ends;
-    ends.program = pair.substr(0, comma);
-    ends.device = pair.substr(comma + 1);
-    ends.number = std::atoi(ends.program.c_str() + 3);
-    return ends;
+    return AllComPairs(1)[0];
 }
 
 std::vector<ComPair> AllComPairs(int most) {
-    std::vector<ComPair> pairs = {ReadComPair()};
-    if (!std::getenv("ZO_RIG_DIR"))
-        return pairs;
-    for (int number = pairs[0].number + 1; number < pairs[0].number + most; ++number)
-        pairs.push_back(
-            {"COM" + std::to_string(number), "COM" + std::to_string(number + 100), number});
+    const char* names = std::getenv("ZO_COM_PAIR");
+    std::istringstream words(names ? names : "COM1,COM101");
+    std::vector<ComPair> pairs;
+    for (std::string pair; most-- > 0 && words >> pair;) {
+        const std::size_t comma = pair.find(',');
+        pairs.push_back({pair.substr(0, comma), pair.substr(comma + 1), 0});
+        pairs.back().number = std::atoi(pairs.back().program.c_str() + 3);
+    }
     return pairs;
 }
 

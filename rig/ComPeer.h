@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-// The two ends, from the environment: ZO_COM_PAIR holds "COM1,COM101" or another pair's names.
+// The two ends, from the environment: ZO_COM_PAIR holds "COM1,COM101" or other names, and may hold
+// more pairs behind a blank.
 struct ComPair {
     std::string program;
     std::string device;
@@ -18,7 +19,7 @@ struct ComPair {
 
 ComPair ReadComPair();
 
-// Pairs that a test may use at the same time: `most` where the rig is, else the one.
+// Pairs that a test may use at the same time: `most`, if there are as many.
 std::vector<ComPair> AllComPairs(int most = 13);
 
 class ComPeer {

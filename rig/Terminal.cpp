@@ -76,6 +76,17 @@ std::uint32_t GaugeOf(const ZoTerm& terminal) {
                                                    reinterpret_cast<LPARAM>(text)));
 }
 
+std::vector<std::string> HistoryOf(const ZoTerm& terminal) {
+    std::vector<std::string> lines;
+    const HWND box = CommandBoxOf(terminal);
+    for (LRESULT i = 0; i < SendMessageA(box, CB_GETCOUNT, 0, 0); ++i) {
+        char line[ZoTerm::LineRoom] = {};
+        SendMessageA(box, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(line));
+        lines.emplace_back(line);
+    }
+    return lines;
+}
+
 bool IsBusy(const ZoTerm& terminal) {
     return (GetMenuState(GetMenu(terminal.m_hWnd), 0, MF_BYPOSITION) & MF_GRAYED) != 0;
 }

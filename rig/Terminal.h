@@ -33,6 +33,9 @@ std::string StatusTextOf(const ZoTerm& terminal);
 // The value that the gauge shows.
 std::uint32_t GaugeOf(const ZoTerm& terminal);
 
+// The lines of the command box's list.
+std::vector<std::string> HistoryOf(const ZoTerm& terminal);
+
 // True while a file operation has grayed the menus.
 bool IsBusy(const ZoTerm& terminal);
 

@@ -3,6 +3,9 @@
 # To be sourced. Everything lives below build/, so checkouts do not disturb each other; what was
 # started here ends with the script that started it.
 #
+# Several of them may stand side by side: ZO_SEAT numbers the seats, each with a prefix, a display and
+# null modems of its own.
+#
 #   rig_up                     the prefix, made when it is missing; everything ends at exit
 #   rig_display [own]          an X server with a window manager, unless there is one, and Wine up;
 #                              "own": in any case
@@ -13,6 +16,7 @@
 #   rig_wine PROGRAM [ARG...]  runs a Windows program and waits for it
 #   rig_start PROGRAM [ARG...] runs one in the background
 #   rig_setting NAME TYPE DATA a setting of the first terminal
+#   rig_seats N...             more seats, which end with this script; scripts/rig-run uses them
 
 rig_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 rig_build=$rig_root/build
@@ -20,8 +24,9 @@ rig_tools=$rig_build/native/simulator/cable
 rig_version=1 # a prefix of another version is made anew
 rig_pids=()
 
-export ZO_RIG_DIR=$rig_build/rig
-export WINEPREFIX=$rig_build/wine
+rig_suffix=${ZO_SEAT:+-$ZO_SEAT} # the first has no number
+export ZO_RIG_DIR=$rig_build/rig$rig_suffix
+export WINEPREFIX=$rig_build/wine$rig_suffix
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES="mscoree=;mshtml=" # no offers to download anything
 # Names of libraries that, as on Windows, are looked for beside a program first.
@@ -105,9 +110,22 @@ rig_make_prefix() {
   echo "$rig_version" >"$WINEPREFIX/.rig-version"
 }
 
+# The first seat's prefix with other ports. Its files are the same ones: Wine replaces those that
+# it changes.
+rig_copy_prefix() {
+  rm -rf "$WINEPREFIX"
+  cp -al "$rig_build/wine" "$WINEPREFIX"
+  rm -f "$WINEPREFIX"/dosdevices/com*
+  sed -i "s|$rig_build/rig/COM|$ZO_RIG_DIR/COM|" "$WINEPREFIX/system.reg"
+}
+
+rig_has_prefix() {
+  [[ $(cat "$1/.rig-version" 2>/dev/null) == "$rig_version" ]]
+}
+
 # True while a script holds the lock.
 rig_is_up() {
-  [[ -f $WINEPREFIX/.rig-version ]] && ! flock -n "$rig_build/rig.lock" true
+  [[ -f $WINEPREFIX/.rig-version ]] && ! flock -n "$ZO_RIG_DIR.lock" true
 }
 
 rig_stop_wine() {
@@ -124,16 +142,21 @@ rig_up() {
     fi
   done
   mkdir -p "$ZO_RIG_DIR"
-  exec {rig_lock}>"$rig_build/rig.lock"
+  exec {rig_lock}>"$ZO_RIG_DIR.lock"
   if ! flock -n "$rig_lock"; then
-    echo "rig: another run uses this checkout, waiting for it" >&2
+    echo "rig: another run uses this seat of the checkout, waiting for it" >&2
     flock "$rig_lock"
   fi
   trap rig_down EXIT
   trap 'exit 130' INT TERM
   rig_clean_up
-  if [[ $(cat "$WINEPREFIX/.rig-version" 2>/dev/null) != "$rig_version" ]]; then
-    rig_make_prefix
+  if ! rig_has_prefix "$WINEPREFIX"; then
+    echo "rig: making $WINEPREFIX"
+    if [[ -n $rig_suffix ]] && rig_has_prefix "$rig_build/wine"; then
+      rig_copy_prefix
+    else
+      rig_make_prefix
+    fi
   fi
   # The server stays for the whole run, and keeps its parting words to itself.
   LD_PRELOAD=$rig_tools/libmodemlines.so "$rig_server" -p >/dev/null 2>&1 {rig_lock}>&-
@@ -194,7 +217,11 @@ rig_cable() {
     options=(--pace "$2")
     shift 2
   fi
-  for n in $(seq 1 "$1"); do pairs+=("COM$n=COM$((n + 100))"); done
+  ZO_COM_PAIR=
+  for n in $(seq 1 "$1"); do
+    pairs+=("COM$n=COM$((n + 100))")
+    ZO_COM_PAIR+="COM$n,COM$((n + 100)) "
+  done
   rm -f "$ZO_RIG_DIR"/cut-*
   : >"$said"
   "$rig_tools/nullmodem" --dir "$ZO_RIG_DIR" "${options[@]}" "${pairs[@]}" >"$said" {rig_lock}>&- &
@@ -220,6 +247,17 @@ rig_sound() {
     >"$heard" 2>/dev/null {rig_lock}>&- &
   rig_remember
   rig_until 20 test -s "$heard"
+}
+
+# A seat is there when the file says what its programs find in their environment.
+rig_seats() {
+  local n
+  for n in "$@"; do
+    rm -f "$rig_build/rig-$n/seat"
+    ZO_SEAT=$n "$rig_root/scripts/rig-seat" {rig_lock}>&- &
+    rig_remember
+  done
+  for n in "$@"; do rig_until 120 test -s "$rig_build/rig-$n/seat"; done
 }
 
 rig_device() {

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr int MostTerminals = 20;
-constexpr std::size_t FileSize = 60 << 10;
+constexpr std::size_t FileSize = 24 << 10;
 constexpr DWORD LongestCrowd = 120000; // ms
 
 class CrowdTest : public OperationTest {};

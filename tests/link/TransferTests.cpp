@@ -1,38 +1,11 @@
-// Files over a real COM pair, with the simulated device at the other end: every fault once, every
-// size that matters, every moment to cancel.
+// Files over a real COM pair, with the simulated device at the other end: every size that matters,
+// every moment to cancel.
 
 #include "rig/DeviceLine.h"
 #include "rig/Import.h"
 #include "rig/Vectors.h"
 
 #include <algorithm>
-
-namespace {
-
-const std::string CancelLine = OnTheWire("c\n");
-
-struct SendFault {
-    const char* script;
-    DWORD status;
-    DWORD errors;
-    DWORD done;
-    int frames; // that began with the marker
-    bool canceled;
-    bool stored;
-};
-
-struct ReceiveFault {
-    const char* script;
-    DWORD status;
-    DWORD errors;
-    DWORD done;
-    int requests;   // packets of the host
-    long long kept; // bytes of the local file; -1: deleted
-};
-
-constexpr std::size_t FaultSize = 4 * 512 + 52; // five blocks
-
-} // namespace
 
 STAND_IN(WriteFile);
 
@@ -83,99 +56,6 @@ TEST(Transfer, ScreenImageAndBootImage) {
     const std::string& wire = line.ToDevice();
     EXPECT_NE(wire.find(OnTheWire("imgrcv 264 10\r\n")), std::string::npos);
     EXPECT_LT(wire.find(OnTheWire("reboot")), wire.find(OnTheWire("rcv x.bin 1500\r\n")));
-}
-
-TEST(Transfer, EachFaultOfASendEndsAsItMust) {
-    const SendFault faults[] = {
-        {"1 nack 2 3", 0, 3, FaultSize, 8, false, true},
-        {"1 nack 2 4", ERROR_CANCELLED, 3, 512, 5, true, false},
-        {"1 nack 0 2", 0, 0, FaultSize, 5, false, true},
-        {"1 ask 4 2", 0, 1, FaultSize - 52, 6, false, true},
-        {"1 ask 2 4000000", 0, 2, FaultSize - 52, 6, false, true},
-        {"1 cancel 2", ERROR_CANCELLED, 0, 512, 2, true, false},
-        {"1 can 0", ERROR_CANCELLED, 0, 0, 0, true, false},
-        {"1 done 3", 0, 0, 1024, 3, false, false},
-        {"1 mute 2 9", ERROR_CANCELLED, 0, 512, 2, true, false},
-        {"1 pause 2 1800", 0, 0, FaultSize, 5, false, true},
-        {"1 refuse", ERROR_BAD_COMMAND, 0, 0, 0, false, false},
-        {"1 silent", ERROR_BAD_COMMAND, 0, 0, 0, false, false},
-        {"1 noise-before 200 5\n1 noise-after 200 6", 0, 0, FaultSize, 5, false, true},
-    };
-    const std::string content(FaultSize, 'd'); // no byte looks like a frame's marker
-    const auto start = [&](DeviceLine& line) { return line.StartSend(content); };
-    OnEveryLine(faults, start, [&](DeviceLine& line, const SendFault& fault) {
-        const TransferInfo info = line.End();
-        EXPECT_EQ(info.Status, fault.status);
-        EXPECT_EQ(info.Errors, fault.errors);
-        EXPECT_EQ(info.Done, fault.done);
-        line.ExpectUsable();
-        EXPECT_EQ(line.Stored(), fault.stored ? content : "");
-        EXPECT_EQ(Count(line.ToDevice(), "C"), fault.frames);
-        EXPECT_EQ(Count(line.ToDevice(), CancelLine), fault.canceled ? 1 : 0);
-        EXPECT_EQ(Count(line.ToDevice(), OnTheWire("rcv /a/x.bin 2100\r\n")), 1);
-    });
-}
-
-TEST(Transfer, EachFaultOfAReceiveEndsAsItMust) {
-    const long long whole = FaultSize;
-    const ReceiveFault faults[] = {
-        {"1 bad-crc 2 1", 0, 1, FaultSize, 9, whole},
-        {"1 wrong-block 2 1", 0, 1, FaultSize, 9, whole},
-        {"1 overlong 2 1", 0, 1, FaultSize, 9, whole},
-        {"1 noise 2 5", 0, 1, FaultSize, 9, whole},
-        {"1 noise 0 1", 0, 0, FaultSize, 9, whole},
-        {"1 mute 2 1", 0, 1, FaultSize, 9, whole},
-        {"1 pause 2 700", 0, 0, FaultSize, 8, whole},
-        {"1 mute 2 99", ERROR_CANCELLED, 10, 512, 13, -1},
-        {"1 mute 0 99", ERROR_CANCELLED, 0, 0, 11, -1},
-        {"1 end 0", ERROR_CANCELLED, 0, 0, 2, -1},
-        {"1 end 3", 0, 0, 1024, 4, 1024},
-        {"1 refuse", ERROR_CANCELLED, 0, 0, 0, 0},
-    };
-    const std::string content(FaultSize, 'd');
-    const std::string control = FromHex("02000004");
-    const auto start = [&](DeviceLine& line) { return line.StartReceive(content); };
-    OnEveryLine(faults, start, [&](DeviceLine& line, const ReceiveFault& fault) {
-        const TransferInfo info = line.End();
-        EXPECT_EQ(info.Status, fault.status);
-        EXPECT_EQ(info.Errors, fault.errors);
-        EXPECT_EQ(info.Done, fault.done);
-        EXPECT_EQ(line.folder.Exists("local.bin"), fault.kept >= 0);
-        EXPECT_EQ(line.Received(),
-                  content.substr(0, static_cast<std::size_t>(std::max(0LL, fault.kept))));
-        line.ExpectUsable();
-        EXPECT_EQ(Count(line.ToDevice(), control), fault.requests);
-    });
-}
-
-TEST(Transfer, NoiseNeverMakesAWrongFileThatIsCalledGood) {
-    const struct {
-        const char* script;
-        bool sends;
-    } cases[] = {
-        {"1 lose 1 1", true},    {"1 damage 1 2", true},  {"1 repeat 1 3", true},
-        {"1 damage 4 4", true},  {"1 lose 1 5", false},   {"1 damage 1 6", false},
-        {"1 repeat 1 7", false}, {"1 damage 3 8", false}, {"1 lose 2 9", true},
-        {"1 repeat 2 10", true}, {"1 lose 30 11", false}, {"1 damage 100 12", true},
-    };
-    const std::string content = RandomBytes(3000, 11);
-    int good = 0;
-    std::size_t next = 0;
-    const auto start = [&](DeviceLine& line) {
-        const bool sends = cases[next++].sends;
-        return sends ? line.StartSend(content) : line.StartReceive(content);
-    };
-    OnEveryLine(cases, start, [&](DeviceLine& line, const auto& noise) {
-        const DWORD status = line.End(120000).Status;
-        EXPECT_TRUE(status == 0 || status == ERROR_CANCELLED) << status;
-        const std::string file = noise.sends ? line.Stored() : line.Received();
-        // A send that failed may have lost only the last reply.
-        EXPECT_TRUE(file == content || (status != 0 && file.empty())) << file.size();
-        good += status == 0;
-        EXPECT_TRUE(WaitUntil(
-            [&] { return line.port->SendCommand("ver") || (line.port->SendCommand("c"), false); }));
-    });
-    EXPECT_GE(good, 6) << "the protocol should get over a little noise";
 }
 
 TEST(Transfer, LocalFilesThatFailAreTold) {

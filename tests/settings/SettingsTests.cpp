@@ -5,8 +5,11 @@
 #include "settings/MusicSupport.h"
 #include "settings/SettingsTable.h"
 
+#include <fstream>
 #include <memory>
 #include <vector>
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -39,17 +42,8 @@ protected:
 
 class HistoryTest : public TerminalTest {
 protected:
-    // The lines of the command box of a terminal that starts.
-    std::vector<std::string> History() {
-        const HWND box = CommandBoxOf(Start());
-        std::vector<std::string> lines;
-        for (LRESULT i = 0; i < SendMessageA(box, CB_GETCOUNT, 0, 0); ++i) {
-            char line[ZoTerm::LineRoom];
-            SendMessageA(box, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(line));
-            lines.emplace_back(line);
-        }
-        return lines;
-    }
+    // The history of a terminal that starts.
+    std::vector<std::string> History() { return HistoryOf(Start()); }
 
     const std::string Instance = std::string(SettingsRoot) + "\\Instance0";
 };
@@ -59,45 +53,24 @@ protected:
 TEST_F(SettingsTest, FreshKeyHoldsEveryDefault) {
     Settings settings;
     settings->LoadSettings();
-
+    std::ifstream file(ZO_VECTORS "/settings.txt");
+    std::ptrdiff_t rows = 0;
+    std::string name;
+    for (std::string value; file >> name && std::getline(file >> std::ws, value);) {
+        if (name == "#")
+            continue;
+        ++rows;
+        EXPECT_EQ(Stored(name), value) << name;
+    }
+    const SettingOrder all = ReadingOrder();
+    EXPECT_EQ(all.last - all.first, rows + 3) << "two follow from the screen, and rows of music";
     const HDC screen = GetDC(nullptr);
     const int height = -(10 * GetDeviceCaps(screen, LOGPIXELSY)) / 72;
     ReleaseDC(nullptr, screen);
-    const auto number = [](auto value) {
-        return "dword:" + std::to_string(static_cast<DWORD>(value));
-    };
-    const std::pair<const char*, std::string> expected[] = {
-        {"WindowX", number(0x80000000)},
-        {"WindowY", number(0x80000000)},
-        {"WindowWidth", number(0x80000000)},
-        {"WindowHeight", number(0x80000000)},
-        {"ShowCmd", number(1)},
-        {"ImageBlockSize", number(264)},
-        {"FontHeight", number(height)},
-        {"FontWeight", number(400)},
-        {"FontCharset", number(1)},
-        {"FontFaceName", "text:Courier New"},
-        {"TextColor", number(GetSysColor(COLOR_WINDOWTEXT))},
-        {"DeviceName", "text:default"},
-        {"BaudRate", number(57600)},
-        {"SummaryWindowWidth", number(500)},
-        {"SummaryWindowHeight", number(350)},
-        {"ShowProgress", number(1)},
-        {"MusicSupportExt0", "none"},
-    };
-    for (const auto& [name, value] : expected)
-        EXPECT_EQ(Stored(name), value) << name;
-    for (const char* name :
-         {"ListOn", "FontItalic", "FontUnderline", "FontStrikeout", "Port", "SummaryWindowX",
-          "SummaryWindowY", "MusicSupport", "MusicSupportExt", "MusicSupportCurExt",
-          "SummaryPosition0", "SummaryPosition5", "AskBeforeSendWrongFile", "DisplaySummary",
-          "UseLogFile", "LogTimes", "FastTransfers", "DropOldestText"})
-        EXPECT_EQ(Stored(name), number(0)) << name;
-    for (const char* name : {"BootFile", "ReceiveFile", "SendFiles", "ImageFile", "MacrosFile",
-                             "CmdWav", "CmdErrWav", "CompleteWav", "SendMid", "LogFile"})
-        EXPECT_EQ(Stored(name), "text:") << name;
+    EXPECT_EQ(Stored("FontHeight"), "dword:" + std::to_string(static_cast<DWORD>(height)));
+    EXPECT_EQ(Stored("TextColor"), "dword:" + std::to_string(GetSysColor(COLOR_WINDOWTEXT)));
+    EXPECT_EQ(Stored("MusicSupportExt0"), "none");
     EXPECT_EQ(settings->Settings.m_SummaryRect.right, 500);
-    EXPECT_STREQ(settings->Settings.m_Font.lfFaceName, "Courier New");
 }
 
 TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
@@ -112,12 +85,20 @@ TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
             PlantNumber(Key, setting->name, number++ & 0xFF);
         else if (setting->kind != SettingKind::MusicRows)
             PlantNumber(Key, setting->name, number++);
-    PlantNumber(Key, "MusicSupportExt", 0);
-    PlantNumber(Key, "MusicSupportCurExt", 0);
+    PlantNumber(Key, "MusicSupportExt", 2);
+    PlantNumber(Key, "MusicSupportCurExt", 1);
+    PlantNumber(Key, "MusicSupportConverterNewExt1", 0);
+    std::vector<std::string> names = {"MusicSupportConverterNewExt1"};
+    for (const char* text : {"Ext", "Converter", "NewExt", "Command"}) {
+        names.push_back(std::string("MusicSupport") + text + "1");
+        PlantText(Key, names.back(), text);
+    }
+    for (const Setting* setting : ReadingOrder())
+        names.push_back(setting->name);
 
     std::vector<std::string> planted;
-    for (const Setting* setting : ReadingOrder())
-        planted.push_back(Stored(setting->name));
+    for (const std::string& name : names)
+        planted.push_back(Stored(name));
     {
         Settings settings;
         settings->LoadSettings();
@@ -126,32 +107,49 @@ TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
         RemoveKey(Key);
         settings.Save();
     }
-    std::size_t i = 0;
-    for (const Setting* setting : ReadingOrder())
-        EXPECT_EQ(Stored(setting->name), planted[i++]) << setting->name;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(Stored(names[i]), planted[i]) << names[i];
 }
 
 TEST_F(SettingsTest, UnusableValuesAreReplacedAtOnce) {
-    PlantText(Key, "WindowX", "12");
-    PlantText(Key, "BootFile", std::string(300, 'x'));
-    PlantText(Key, "FontFaceName", std::string(32, 'f'));
-    const char wide[] = "%PATH%";
-    PlantValue(Key, "LogFile", REG_EXPAND_SZ, wide, sizeof(wide));
-    const char shortNumber[] = {1, 2};
-    PlantValue(Key, "BaudRate", REG_DWORD, shortNumber, sizeof(shortNumber));
-
+    const struct {
+        const char* name;
+        DWORD type;
+        std::string bytes;
+        const char* replaced;
+    } cases[] = {
+        {"WindowX", REG_SZ, "12", "dword:2147483648"},
+        {"BootFile", REG_SZ, std::string(300, 'x'), "text:"},
+        {"FontFaceName", REG_SZ, std::string(32, 'f'), "text:Courier New"},
+        {"LogFile", REG_EXPAND_SZ, "%PATH%", "text:"},
+        {"BaudRate", REG_DWORD, "xy", "dword:57600"},
+        {"MusicSupportExt", REG_DWORD, "\2\0\0\0"s, "dword:2"},
+        {"MusicSupportExt0", REG_DWORD, "\2\0\0\0"s, "text:"},
+        {"MusicSupportCommand0", REG_SZ, std::string(10000, 'x'), "text:"},
+        {"MusicSupportConverterNewExt0", REG_SZ, "1", "dword:1"},
+    };
+    for (const auto& each : cases)
+        PlantValue(Key, each.name, each.type, each.bytes.c_str(),
+                   each.bytes.size() + (each.type == REG_DWORD ? 0 : 1));
+    PlantNumber(Key, "FontItalic", 0x01000001); // of which the low byte counts
+    PlantNumber(Key, "FontUnderline", 0x01000000);
+    PlantNumber(Key, "MusicSupportCurExt", 5);
     Settings settings;
     settings->LoadSettings();
+    for (const auto& each : cases)
+        EXPECT_EQ(Stored(each.name), each.replaced) << each.name;
     EXPECT_EQ(settings->Settings.m_WindowX, CW_USEDEFAULT);
     EXPECT_STREQ(settings->Settings.m_BootFile, "");
     EXPECT_STREQ(settings->Settings.m_Font.lfFaceName, "Courier New");
-    EXPECT_STREQ(settings->Settings.m_LogFile, "");
     EXPECT_EQ(settings->Settings.m_BaudRate, 57600U);
-    EXPECT_EQ(Stored("WindowX"), "dword:2147483648");
-    EXPECT_EQ(Stored("BootFile"), "text:");
-    EXPECT_EQ(Stored("FontFaceName"), "text:Courier New");
-    EXPECT_EQ(Stored("LogFile"), "text:");
-    EXPECT_EQ(Stored("BaudRate"), "dword:57600");
+    EXPECT_EQ(settings->Settings.m_Font.lfItalic, 1);
+    EXPECT_EQ(settings->Settings.m_Font.lfUnderline, 0);
+    EXPECT_EQ(settings->Settings.m_MusicSupportCurExt, 0);
+    for (const auto& [planted, count] : {std::pair(0xFFFFFFFF, 0), std::pair(0x7FFFFFFFU, 1000)}) {
+        PlantNumber(Key, "MusicSupportExt", planted);
+        settings->LoadSettings();
+        EXPECT_EQ(settings->Settings.m_MusicSupportExt, count);
+    }
 }
 
 TEST_F(SettingsTest, TextWithoutItsEndIsTerminatedInItsBuffer) {
@@ -173,15 +171,6 @@ TEST_F(SettingsTest, TextWithoutItsEndIsTerminatedInItsBuffer) {
               std::string(2, '\0'));
 }
 
-TEST_F(SettingsTest, ByteSettingsTakeTheLowByteOnly) {
-    PlantNumber(Key, "FontItalic", 0x01000001);
-    PlantNumber(Key, "FontUnderline", 0x01000000);
-    Settings settings;
-    settings->LoadSettings();
-    EXPECT_EQ(settings->Settings.m_Font.lfItalic, 1);
-    EXPECT_EQ(settings->Settings.m_Font.lfUnderline, 0);
-}
-
 TEST_F(HistoryTest, EndsAtItsFirstGapAndOutlivesTheSession) {
     PlantText(Instance, "Command0", std::string(256, 'c')); // no line is that long
     EXPECT_TRUE(History().empty());
@@ -201,49 +190,6 @@ TEST_F(HistoryTest, EndsAtItsFirstGapAndOutlivesTheSession) {
     EXPECT_EQ(FindValue(Instance, "Command0"), "text:dir");
     EXPECT_EQ(FindValue(Instance, "Command1"), "text:");
     EXPECT_EQ(FindValue(Instance, "Command2"), "text:ver");
-}
-
-TEST_F(SettingsTest, MusicRowsLoadAndSave) {
-    PlantNumber(Key, "MusicSupportExt", 2);
-    PlantNumber(Key, "MusicSupportCurExt", 5);
-    PlantText(Key, "MusicSupportExt1", "mid");
-    PlantText(Key, "MusicSupportConverter1", "conv.exe");
-    PlantNumber(Key, "MusicSupportConverterNewExt1", 0);
-    PlantText(Key, "MusicSupportNewExt1", "mel");
-    PlantText(Key, "MusicSupportCommand1", "play");
-    PlantText(Key, "MusicSupportCommand0", std::string(10000, 'x')); // does not fit with its NUL
-
-    Settings settings;
-    settings->LoadSettings();
-    ASSERT_EQ(settings->Settings.m_MusicSupportExt, 2);
-    EXPECT_EQ(settings->Settings.m_MusicSupportCurExt, 0);
-    EXPECT_STREQ(MusicText(settings->Settings.m_MusicRows[1].ext), "mid");
-    EXPECT_STREQ(MusicText(settings->Settings.m_MusicRows[0].command), "");
-    EXPECT_EQ(settings->Settings.m_MusicRows[0].converterNewExt, 1U);
-    EXPECT_EQ(Stored("MusicSupportExt0"), "text:");
-    EXPECT_EQ(Stored("MusicSupportCommand0"), "text:");
-
-    RemoveKey(Key);
-    settings.Save();
-    EXPECT_EQ(Stored("MusicSupportExt"), "dword:2");
-    EXPECT_EQ(Stored("MusicSupportExt1"), "text:mid");
-    EXPECT_EQ(Stored("MusicSupportConverter1"), "text:conv.exe");
-    EXPECT_EQ(Stored("MusicSupportConverterNewExt1"), "dword:0");
-    EXPECT_EQ(Stored("MusicSupportNewExt1"), "text:mel");
-    EXPECT_EQ(Stored("MusicSupportCommand1"), "text:play");
-}
-
-TEST_F(SettingsTest, AbsurdMusicCountsAreHarmless) {
-    PlantNumber(Key, "MusicSupportExt", 0xFFFFFFFF);
-    PlantNumber(Key, "MusicSupportCurExt", 0xFFFFFFFF);
-    Settings settings;
-    settings->LoadSettings();
-    EXPECT_EQ(settings->Settings.m_MusicSupportExt, 0);
-    EXPECT_EQ(settings->Settings.m_MusicSupportCurExt, 0);
-
-    PlantNumber(Key, "MusicSupportExt", 0x7FFFFFFF);
-    settings->LoadSettings();
-    EXPECT_EQ(settings->Settings.m_MusicSupportExt, 1000);
 }
 
 TEST_F(SettingsTest, KeyThatCannotBeOpenedGivesDefaultsAndSavesNothing) {

@@ -2,6 +2,7 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
+#include "rig/Files.h"
 #include "rig/Import.h"
 #include "rig/Pinger.h"
 #include "rig/Terminal.h"
@@ -60,17 +61,7 @@ protected:
         return wire;
     }
 
-    std::vector<std::string> History() {
-        std::vector<std::string> lines;
-        for (WPARAM i = 0;
-             i < static_cast<WPARAM>(SendMessageA(CommandBoxOf(*terminal), CB_GETCOUNT, 0, 0));
-             ++i) {
-            char line[ZoTerm::LineRoom] = {};
-            SendMessageA(CommandBoxOf(*terminal), CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));
-            lines.emplace_back(line);
-        }
-        return lines;
-    }
+    std::vector<std::string> History() { return HistoryOf(*terminal); }
 
     bool PaneShows(const std::string& text) {
         return WaitUntil([&] { return TextOf(OutputOf(*terminal)) == text; });
@@ -122,7 +113,7 @@ TEST_F(WindowTest, WindowAnswersWhetherTheDeviceAccepted) {
     EXPECT_NE(SendMessageA(terminal->m_hWnd, WM_COMMAND, enter, 0), 0) << "it is on its way";
 }
 
-TEST_F(WindowTest, HistoryKeepsTenLinesAndIgnoresCase) {
+TEST_F(WindowTest, HistoryKeepsTenLinesOf255CharactersAndIgnoresCase) {
     StartConnected();
     for (int i = 0; i < 11; ++i)
         Enter("line" + std::to_string(i));
@@ -140,6 +131,9 @@ TEST_F(WindowTest, HistoryKeepsTenLinesAndIgnoresCase) {
     Start();
     EXPECT_EQ(History().front(), "LINE5");
     EXPECT_EQ(History().size(), 10U);
+    const std::string kept(255, 'k');
+    EXPECT_EQ(Enter(kept + std::string(5000, 'x')), OnTheWire(kept));
+    EXPECT_EQ(History().front(), kept);
 }
 
 TEST_F(WindowTest, EnterInTheOpenListDoesNotSend) {
@@ -151,26 +145,10 @@ TEST_F(WindowTest, EnterInTheOpenListDoesNotSend) {
     EXPECT_EQ(peer->ReceiveRest(), "");
 }
 
-TEST_F(WindowTest, TypedLineOfAnyLengthIsSentUpTo255Characters) {
-    StartConnected();
-    const std::string kept(255, 'k');
-    EXPECT_EQ(Enter(kept + std::string(5000, 'x')), OnTheWire(kept));
-    EXPECT_EQ(History(), std::vector<std::string>{kept});
-}
-
-TEST_F(WindowTest, RebootGoesOutAsACommandLine) {
-    StartConnected();
-    Command(MAKEWPARAM(CMD_REBOOT, 1));
-    EXPECT_EQ(peer->Receive(9), std::string("reboot\n\x2C\x14"));
-}
-
 TEST_F(WindowTest, DeviceTextReachesPaneLogAndGaugeInOrder) {
-    char folder[MAX_PATH];
-    GetTempPathA(MAX_PATH, folder);
-    const std::string log = std::string(folder) + "zoconsole_test.log";
-    DeleteFileA(log.c_str());
+    const TestFolder folder;
     const std::string key = std::string(SettingsRoot) + "\\Instance0";
-    PlantText(key, "LogFile", log);
+    PlantText(key, "LogFile", folder.Path("log"));
     PlantNumber(key, "UseLogFile", 1);
     StartConnected();
 
@@ -185,16 +163,13 @@ TEST_F(WindowTest, DeviceTextReachesPaneLogAndGaugeInOrder) {
         shown += c == '\n' ? "\r\n" : std::string(c ? 1 : 0, c);
     }
     EXPECT_TRUE(PaneShows(shown));
-    std::ifstream file(log, std::ios::binary); // readable while the terminal has it open
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), logged);
+    EXPECT_EQ(folder.Read("log"), logged) << "while the terminal has it open";
     EXPECT_TRUE(WaitUntil([&] { return GaugeOf(*terminal) == logged.size(); }));
 
     Command(CMD_CLEAR);
     EXPECT_EQ(TextOf(OutputOf(*terminal)), "");
     EXPECT_EQ(GaugeOf(*terminal), 0U);
     EXPECT_TRUE(Close());
-    file.close();
-    DeleteFileA(log.c_str());
 }
 
 TEST_F(WindowTest, NoticesMayGetLost) {
@@ -214,7 +189,7 @@ TEST_F(WindowTest, FloodLeavesTheWindowAnswering) {
     std::atomic<bool> flooding{true};
     std::thread device([&] {
         const std::string block(4000, 'z');
-        for (int i = 0; i < 250; ++i)
+        for (int i = 0; i < 80; ++i)
             peer->Send(block);
         flooding = false;
     });

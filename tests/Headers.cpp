@@ -1,0 +1,1 @@
+// Nothing of its own: what Headers.h includes is precompiled with it.
