@@ -20,6 +20,12 @@ ZoTerm& TerminalOf(HWND window);
 
 std::string TextOf(HWND window);
 
+inline RECT RectOf(HWND window) {
+    RECT rect = {};
+    GetWindowRect(window, &rect);
+    return rect;
+}
+
 // The controls of a terminal, as any other program finds them.
 HWND OutputOf(const ZoTerm& terminal);
 HWND CommandBoxOf(const ZoTerm& terminal);

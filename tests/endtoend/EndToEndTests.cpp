@@ -26,7 +26,6 @@ TEST(EndToEnd, TypedLinesReachTheDeviceAndItsTextThePane) {
     PlantNumber(key, "BaudRate", 115200);
 
     const TestFolder folder;
-    folder.Write("sent.txt", "sent by a second start");
     Process device("ZorbelSim.exe",
                    "--port " + pair.device + " --files \"" + folder.Path("device") + "\"");
     Process program("ZoConsole.exe", "");
@@ -43,12 +42,6 @@ TEST(EndToEnd, TypedLinesReachTheDeviceAndItsTextThePane) {
     typedShows("echo hello handheld", "\r\nhello handheld\r\n");
     typedShows("ver", "ZoOS 1.0");
     typedShows("reboot", "Preparing to load ZoOS\r\n");
-
-    Process sender("ZoConsole.exe", "\"" + folder.Path("sent.txt") + "\"");
-    EXPECT_TRUE(sender.Ended(Patience));
-    EXPECT_EQ(sender.ExitCode(), 0U);
-    EXPECT_TRUE(WaitUntil(
-        [&] { return folder.Read("device\\default\\sent.txt") == "sent by a second start"; }));
 
     PressControl(window, 'n');
     ASSERT_TRUE(WaitUntil([&] { return WindowsOf(program).size() == 2; }));

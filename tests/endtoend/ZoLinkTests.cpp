@@ -11,8 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -174,13 +176,16 @@ TEST_F(ZoLinkTest, ReceivedFileIsWholeOrThereIsNone) {
 }
 
 TEST_F(ZoLinkTest, ListeningEndsWithItsTextOrItsTime) {
-    sim::DeviceSetup setup;
-    setup.startText = 3000;
-    setup.startDelay = 1500;
-    device = std::make_unique<SimDevice>(pair.device, folder.Path("device"), "", setup);
     Expect(Link("listen --until \"no such text\" --for 0.3"), 4, "", "did not come: no such text");
-    Expect(Link("listen --until console, --for 20 --log text.log"), 0, "ZoOS console,", "");
-    EXPECT_NE(folder.Read("text.log").find("ZoOS console,"), std::string::npos);
+    std::atomic<bool> talks{true};
+    std::thread talker([&] {
+        for (ComPeer peer; talks; Sleep(100))
+            peer.Send("a console, and more\n");
+    });
+    Expect(Link("listen --until console, --for 20 --log text.log"), 0, "console,", "");
+    talks = false;
+    talker.join();
+    EXPECT_NE(folder.Read("text.log").find("console,"), std::string::npos);
     Expect(Link("listen --for 0.2"), 0, "", "");
     Expect(Link("listen", 500), 130, "", "canceled");
 }

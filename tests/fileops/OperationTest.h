@@ -24,12 +24,6 @@ inline const std::string SendError = std::to_string(ResultSendError);
 inline const std::string ApiError = std::to_string(ResultApiError);
 inline const std::string Cancelled = std::to_string(ResultCancelled);
 
-inline RECT RectOf(HWND window) {
-    RECT rect = {};
-    GetWindowRect(window, &rect);
-    return rect;
-}
-
 inline bool IsCentered(HWND dialog) {
     const RECT parent = RectOf(GetParent(dialog));
     const RECT own = RectOf(dialog);

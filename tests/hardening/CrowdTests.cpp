@@ -30,64 +30,76 @@ TEST_F(CrowdTest, TwentyTerminalsSendAndReceiveAtOnce) {
     EXPECT_TRUE(WaitUntil([] { return TerminalWindows().empty(); }));
 }
 
+namespace {
+
+// Sends a file while a modal loop runs, and leaves that once the transfer is over.
+class LoopTest : public CrowdTest {
+protected:
+    void Send() {
+        folder.Write("device\\default\\x", "");
+        EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
+    }
+
+    void ExpectSent() {
+        EXPECT_EQ(terminal->Operation.m_ProgressDialog, nullptr) << "the loop was left early";
+        EXPECT_TRUE(Ended());
+        EXPECT_LT(Done - start, 5000U) << "it was slowed";
+        EXPECT_EQ(Stored("default\\x"), content);
+    }
+
+    // Sends the message that begins the loop.
+    void Loop(HWND window, UINT message, WPARAM command, LPARAM at) {
+        Window = window;
+        Done = 0;
+        Send();
+        const UINT_PTR timer = SetTimer(nullptr, 0, 20, [](HWND, UINT, UINT_PTR, DWORD) {
+            if (TerminalOf(TerminalWindows()[0]).Operation.m_ProgressDialog || Done)
+                return;
+            Done = GetTickCount64();
+            ReleaseCapture();
+            PostMessageA(Window, WM_CANCELMODE, 0, 0);
+            PostMessageA(Window, WM_KEYDOWN, VK_ESCAPE, 0);
+            PostMessageA(Window, WM_LBUTTONUP, 0, 0);
+        });
+        start = GetTickCount64();
+        SendMessageA(window, message, command, at);
+        EXPECT_TRUE(WaitUntil([] { return Done != 0; }));
+        KillTimer(nullptr, timer);
+        ExpectSent();
+    }
+
+    static inline HWND Window = nullptr;
+    static inline ULONGLONG Done = 0;
+    ULONGLONG start = 0;
+    const std::string content = std::string(4096, 'x');
+};
+
+} // namespace
+
 // An open menu, a scroll bar that is held and a modal dialog run message loops of their own; the
 // transfer goes on in them, and while an edge is dragged.
-TEST_F(CrowdTest, TransferGoesOnUnderModalLoops) {
-    const std::string content(4096, 'x');
+TEST_F(LoopTest, TransferGoesOn) {
     StartWithDevice();
-    const auto loop = [&](const char* name, WPARAM command, LPARAM at, bool pane) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
-        const HWND window = pane ? OutputOf(*terminal) : terminal->m_hWnd;
-        const ULONGLONG start = GetTickCount64();
-        struct Waiter {
-            ZoTerm* terminal;
-            HWND window;
-            ULONGLONG ended;
-        };
-        static Waiter waiter;
-        waiter = {terminal, window, 0};
-        // Runs in the modal loop and leaves it once the transfer is over.
-        const UINT_PTR timer = SetTimer(nullptr, 0, 20, [](HWND, UINT, UINT_PTR, DWORD) {
-            if (waiter.terminal->Operation.m_ProgressDialog || waiter.ended)
-                return;
-            waiter.ended = GetTickCount64();
-            ReleaseCapture();
-            PostMessageA(waiter.window, WM_CANCELMODE, 0, 0);
-            PostMessageA(waiter.window, WM_KEYDOWN, VK_ESCAPE, 0);
-            PostMessageA(waiter.window, WM_LBUTTONUP, 0, 0);
-        });
-        SendMessageA(window, pane ? WM_NCLBUTTONDOWN : WM_SYSCOMMAND, command, at);
-        EXPECT_EQ(terminal->Operation.m_ProgressDialog, nullptr) << "the loop was left early";
-        EXPECT_TRUE(Ended() && WaitUntil([&] { return waiter.ended != 0; }));
-        KillTimer(nullptr, timer);
-        EXPECT_LT(waiter.ended - start, 5000U) << "it was slowed";
-        EXPECT_EQ(Stored("default\\x"), content);
-        folder.Write("device\\default\\x", "");
-    };
-    RECT rect = {};
-    GetWindowRect(terminal->m_hWnd, &rect);
-    loop("menu", SC_KEYMENU, 'v', false);
-    GetWindowRect(OutputOf(*terminal), &rect);
-    loop("scroll bar", HTVSCROLL, MAKELPARAM(rect.right - 8, rect.bottom - 30), true);
+    Loop(terminal->m_hWnd, WM_SYSCOMMAND, SC_KEYMENU, 'v');
+    const RECT rect = RectOf(OutputOf(*terminal));
+    Loop(OutputOf(*terminal), WM_NCLBUTTONDOWN, HTVSCROLL,
+         MAKELPARAM(rect.right - 8, rect.bottom - 30));
 
     // A dragged edge is a storm of sizes; what else happens then is the window manager's.
-    EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
+    Send();
     int size = 0;
-    EXPECT_TRUE(WaitUntil(
-        [&] {
-            size = (size + 7) % 300;
-            MoveWindow(terminal->m_hWnd, 20, 20, 400 + size, 300 + size, TRUE);
-            return !terminal->Operation.m_ProgressDialog;
-        },
-        5000));
-    EXPECT_TRUE(Ended());
+    EXPECT_TRUE(WaitUntil([&] {
+        size = (size + 7) % 300;
+        MoveWindow(terminal->m_hWnd, 20, 20, 400 + size, 300 + size, TRUE);
+        return !terminal->Operation.m_ProgressDialog;
+    }));
+    ExpectSent();
 
-    EXPECT_EQ(HandOver(Packed({File("x", content)})), 1);
+    Send();
     const ModalScript about({{"About Console", [&](HWND dialog) {
                                   EXPECT_TRUE(Ended(5000));
                                   PostMessageA(dialog, WM_COMMAND, IDOK, 0);
                               }}});
     Command(CMD_ABOUT);
-    EXPECT_EQ(Stored("default\\x"), content);
+    ExpectSent();
 }

@@ -2,11 +2,10 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
+#include "rig/DeviceLine.h"
 #include "rig/Files.h"
 #include "rig/Process.h"
 #include "rig/Terminal.h"
-
-#include <memory>
 
 namespace {
 
@@ -34,6 +33,18 @@ public:
     HWND window = nullptr;
 };
 
+// A device for the terminal of that key, whose log is "both.log".
+Process Device(const ComPair& pair, const std::string& key, const TestFolder& folder,
+               const std::string& files) {
+    PlantNumber(key, "Port", static_cast<DWORD>(pair.number));
+    PlantNumber(key, "BaudRate", 115200);
+    PlantText(key, "LogFile", folder.Path("both.log"));
+    PlantNumber(key, "UseLogFile", 1);
+    folder.Write(files + "\\default\\old.txt", "old");
+    return Process("ZorbelSim.exe", "--port " + pair.device + " --files \"" + folder.Path(files) +
+                                        "\" --start-delay 3000");
+}
+
 } // namespace
 
 TEST(Instances, ShareListLogAndKeyAsTheyMust) {
@@ -42,32 +53,13 @@ TEST(Instances, ShareListLogAndKeyAsTheyMust) {
         GTEST_SKIP() << "needs two null modems";
     const TestFolder folder;
     RemoveKey(SettingsRoot);
-    const std::string log = folder.Path("both.log");
-    std::unique_ptr<Process> devices[2];
-    for (int i = 0; i < 2; ++i) {
-        const std::string& key = i == 0 ? FirstKey : SecondKey;
-        PlantNumber(key, "Port", static_cast<DWORD>(pairs[static_cast<std::size_t>(i)].number));
-        PlantNumber(key, "BaudRate", 115200);
-        PlantText(key, "LogFile", log);
-        PlantNumber(key, "UseLogFile", 1);
-        folder.Write("device" + std::to_string(i) + "\\default\\old.txt", "old");
-        devices[i] = std::make_unique<Process>(
-            "ZorbelSim.exe", "--port " + pairs[static_cast<std::size_t>(i)].device + " --files \"" +
-                                 folder.Path("device" + std::to_string(i)) +
-                                 "\" --start-delay 3000");
-    }
+    const Process devices[2] = {Device(pairs[0], FirstKey, folder, "device0"),
+                                Device(pairs[1], SecondKey, folder, "device1")};
     Instance first;
     Instance second;
     EXPECT_EQ(TextOf(second.window).find(" Port: " + pairs[1].program), 0U);
     // Only the program that opened the log first writes it.
-    const auto banners = [&] {
-        const std::string text = folder.Read("both.log");
-        int count = 0;
-        for (std::size_t at = text.find("ZoOS"); at != std::string::npos;
-             at = text.find("ZoOS", at + 1))
-            ++count;
-        return count;
-    };
+    const auto banners = [&] { return Count(folder.Read("both.log"), "ZoOS"); };
     EXPECT_TRUE(WaitUntil([&] { return banners() == 1; }, 8000));
 
     // Every running program gets the list of a later start.

@@ -1,8 +1,9 @@
-// Drivers that behave as some adapters' do: the system's calls on the port are answered in their
-// place.
+// A cable that is pulled, and drivers that behave as some adapters' do: the system's calls on the
+// port are answered in their place.
 
 #include "rig/Import.h"
 #include "rig/PortTest.h"
+#include "rig/Rig.h"
 #include "rig/SystemObjects.h"
 
 #include <atomic>
@@ -112,4 +113,25 @@ TEST_F(DriverTest, PortThatIsNeverLetGoOfIsGivenUp) {
         << "the driver has let go of it";
     Open();
     EXPECT_TRUE(Command("dir", "\x02"));
+}
+
+TEST_F(OpenPortTest, PulledCableIsToldUntilThePortIsClosed) {
+    const ULONGLONG start = GetTickCount64();
+    if (!CutCable(pair.program))
+        GTEST_SKIP() << "this null modem cannot be cut";
+    EXPECT_TRUE(WaitUntil([&] { return window.Take(NotifyLost) > 0; }));
+    EXPECT_TRUE(WaitUntil([&] { return port->IsLost() && window.Take(NotifyLost) > 0; }));
+    EXPECT_FALSE(port->Answers());
+    const ULONGLONG asked = GetTickCount64();
+    EXPECT_FALSE(port->SendCommand("dir"));
+    EXPECT_LT(GetTickCount64() - asked, 1900U) << "nobody is there to wait for";
+    Sleep(4 * NoticeLife);
+    EXPECT_GE(Notices(NotifyLost, start), 1);
+    EXPECT_TRUE(port->Close());
+    EXPECT_FALSE(port->IsLost());
+    window.Take(NotifyLost);
+    Sleep(2 * NoticeLife);
+    EXPECT_EQ(window.Take(NotifyLost), 0);
+    RestoreCable(pair.program);
+    Open();
 }

@@ -117,18 +117,24 @@ TEST_F(MusicTest, IniRowsJoinTheRowsOfTheRegistry) {
     EXPECT_EQ(Row(3), std::string(999, 'e') + "> by , , 1");
 }
 
-TEST_F(MusicTest, IniIsNotMergedWithoutTheKey) {
+TEST_F(MusicTest, KeyThatCannotBeOpenedGivesDefaultsWithoutTheIniAndSavesNothing) {
     HKEY parent = nullptr; // a lasting key cannot be made below a volatile one
     ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, Key, 0, nullptr, REG_OPTION_VOLATILE,
                               KEY_ALL_ACCESS, nullptr, &parent, nullptr),
               ERROR_SUCCESS);
     RegCloseKey(parent);
-    CopyText(terminal->m_RegKeyPath, (std::string(Key) + "\\Below").c_str());
+    const std::string below = std::string(Key) + "\\Below";
+    CopyText(terminal->m_RegKeyPath, below.c_str());
     folder.Write("ZoConsole.ini",
                  "[Music Support]\nMusicSupport=1\nMusicSupportExt=1\nMusicSupportExt0=a\n");
     terminal->LoadSettings();
     EXPECT_EQ(terminal->Settings.m_MusicSupport, 0U);
     EXPECT_EQ(Row(0), "none");
+    EXPECT_EQ(terminal->Settings.m_BaudRate, 57600U);
+    EXPECT_STREQ(terminal->Settings.m_DeviceName, "default");
+    EXPECT_TRUE(terminal->MakeParts());
+    terminal->TerminalWindowProc(nullptr, WM_ENDSESSION, TRUE, 0); // saves
+    EXPECT_EQ(FindValue(below, "BaudRate"), "none");
 }
 
 TEST_F(MusicTest, ShippedConverterMakesAFile) {

@@ -18,8 +18,8 @@ constexpr char Key[] = "Software\\Zorbel\\ZoConsole\\SettingsTest";
 // A terminal without a window.
 class Settings {
 public:
-    explicit Settings(const char* key = Key) {
-        CopyText(terminal->m_RegKeyPath, key);
+    Settings() {
+        CopyText(terminal->m_RegKeyPath, Key);
         EXPECT_TRUE(terminal->MakeParts());
     }
 
@@ -190,22 +190,4 @@ TEST_F(HistoryTest, EndsAtItsFirstGapAndOutlivesTheSession) {
     EXPECT_EQ(FindValue(Instance, "Command0"), "text:dir");
     EXPECT_EQ(FindValue(Instance, "Command1"), "text:");
     EXPECT_EQ(FindValue(Instance, "Command2"), "text:ver");
-}
-
-TEST_F(SettingsTest, KeyThatCannotBeOpenedGivesDefaultsAndSavesNothing) {
-    // A lasting key cannot be made below a volatile one.
-    HKEY parent = nullptr;
-    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, Key, 0, nullptr, REG_OPTION_VOLATILE,
-                              KEY_ALL_ACCESS, nullptr, &parent, nullptr),
-              ERROR_SUCCESS);
-    RegCloseKey(parent);
-    const std::string path = std::string(Key) + "\\Instance0";
-
-    Settings settings(path.c_str());
-    settings->LoadSettings();
-    settings.Save();
-    EXPECT_EQ(settings->Settings.m_BaudRate, 57600U);
-    EXPECT_EQ(settings->Settings.m_SummaryRect.bottom, 350);
-    EXPECT_STREQ(settings->Settings.m_DeviceName, "default");
-    EXPECT_EQ(FindValue(path, "BaudRate"), "none");
 }

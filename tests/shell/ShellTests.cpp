@@ -107,6 +107,10 @@ TEST_F(ShellTest, FreedSlotIsUsedAgain) {
     CloseSlot(2);
     EXPECT_EQ(InSlot(2), nullptr);
     OpenMore(1);
+    for (const WPARAM request : {MAKEWPARAM(RequestCloseTerminal, 7), // nobody's slots
+                                 MAKEWPARAM(RequestCloseTerminal, 0xFFFF), MAKEWPARAM(99, 0)})
+        SendMessageA(dispatcher, DispatcherRequest, request, 0);
+    EXPECT_EQ(TerminalWindows().size(), 5U);
     ASSERT_NE(InSlot(2), nullptr);
     EXPECT_EQ(std::string(InSlot(2)->m_RegKeyPath), std::string(SettingsRoot) + "\\Instance4")
         << "the number counts open windows, slots do not matter";
@@ -123,14 +127,6 @@ TEST_F(ShellTest, TwentyTerminalsAreAllAndCloseInAnyOrder) {
         CloseSlot((i * 7 + 3) % 20);
     }
     EXPECT_FALSE(IsWindow(dispatcher));
-}
-
-TEST_F(ShellTest, UnknownRequestsAndSlotsAreIgnored) {
-    Start();
-    SendMessageA(dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, 7), 0);
-    SendMessageA(dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, 0xFFFF), 0);
-    SendMessageA(dispatcher, DispatcherRequest, MAKEWPARAM(99, 0), 0);
-    EXPECT_EQ(TerminalWindows().size(), 1U);
 }
 
 TEST_F(ShellTest, AcceleratorsReachTheActiveTerminalOnly) {
@@ -152,20 +148,7 @@ TEST_F(ShellTest, AcceleratorsReachTheActiveTerminalOnly) {
     EXPECT_EQ(InSlot(0)->Settings.m_BaudRate, 57600U);
 }
 
-TEST_F(ShellTest, WindowPlaceIsKeptForTheNextStart) {
-    Start();
-    SetWindowPos(terminal->m_hWnd, nullptr, 30, 40, 480, 320, SWP_NOZORDER);
-    SendMessageA(terminal->m_hWnd, WM_CLOSE, 0, 0);
-    Start();
-    RECT rect = {};
-    GetWindowRect(terminal->m_hWnd, &rect);
-    EXPECT_EQ(rect.left, 30);
-    EXPECT_EQ(rect.top, 40);
-    EXPECT_EQ(rect.right - rect.left, 480);
-    EXPECT_EQ(rect.bottom - rect.top, 320);
-}
-
-TEST_F(ShellTest, WindowThatWouldBeOutOfSightComesIntoIt) {
+TEST_F(ShellTest, WindowComesBackToItsPlaceOrIntoSight) {
     const std::string key = SettingsRoot + std::string("\\Instance0");
     RECT area = {};
     SystemParametersInfoA(SPI_GETWORKAREA, 0, &area, 0);
@@ -179,16 +162,18 @@ TEST_F(ShellTest, WindowThatWouldBeOutOfSightComesIntoIt) {
         PlantNumber(key, "WindowY", static_cast<DWORD>(place.top));
         PlantNumber(key, "WindowWidth", static_cast<DWORD>(place.right));
         PlantNumber(key, "WindowHeight", static_cast<DWORD>(place.bottom));
-        Start();
-        RECT rect = {};
-        GetWindowRect(terminal->m_hWnd, &rect);
+        const RECT rect = RectOf(Start().m_hWnd);
         EXPECT_TRUE(rect.left >= area.left && rect.top >= area.top && rect.right <= area.right &&
                     rect.bottom <= area.bottom)
             << place.left << ": " << rect.left << " " << rect.top << " " << rect.right << " "
             << rect.bottom;
         EXPECT_EQ(rect.right - rect.left == 500, place.right == 500);
+        SetWindowPos(terminal->m_hWnd, nullptr, 30, 40, 480, 320, SWP_NOZORDER);
         EXPECT_TRUE(Close());
     }
+    const RECT rect = RectOf(Start().m_hWnd);
+    const RECT kept = {30, 40, 30 + 480, 40 + 320};
+    EXPECT_TRUE(EqualRect(&rect, &kept));
 }
 
 // The list of a start that names these files.
@@ -217,16 +202,14 @@ TEST(Forwarding, EveryWindowGetsTheWholeListOfFullPathsInOrder) {
     EXPECT_EQ(other.Lists(), std::vector<std::string>(3, list));
 }
 
-TEST(Forwarding, RefusalIsTold) {
-    OtherProcess other(2, 0);
-    EXPECT_EQ(ForwardFiles(Named{L"a.txt"}), StartKind::ForwardedSome);
-    EXPECT_EQ(other.Lists().size(), 2U);
-}
-
-TEST(Forwarding, MoreWindowsThanOneWaitCovers) {
-    OtherProcess other(70, 1);
-    EXPECT_EQ(ForwardFiles(Named{L"a.txt"}), StartKind::ForwardedAll);
-    EXPECT_EQ(other.Lists().size(), 70U);
+TEST(Forwarding, EveryWindowIsAskedAndARefusalIsTold) {
+    for (const int windows : {2, 70}) { // one wait covers 64
+        const bool takes = windows > 2;
+        OtherProcess other(windows, takes);
+        EXPECT_EQ(ForwardFiles(Named{L"a.txt"}),
+                  takes ? StartKind::ForwardedAll : StartKind::ForwardedSome);
+        EXPECT_EQ(other.Lists().size(), static_cast<std::size_t>(windows));
+    }
 }
 
 TEST(Forwarding, WithoutFilesOrTerminalsTheStartIsAnInstance) {

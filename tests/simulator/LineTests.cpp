@@ -2,8 +2,6 @@
 
 #include "rig/Vectors.h"
 
-#include <random>
-
 using namespace simtest;
 
 namespace {
@@ -52,24 +50,4 @@ TEST(CommandLines, OverlongOnesAreRefusedAndTheLongestIsNot) {
     EXPECT_EQ((line.Send(most + "y" + Wire(most).substr(most.size())), line.Wait(1000)), "\x01");
     EXPECT_EQ(line.Ask("echo"), "\x02"
                                 "echo\r\n\r\nzorbel> ");
-}
-
-TEST(CommandLines, AnyBytesInAnyPortionsLeaveTheDeviceUsable) {
-    std::mt19937 random(7);
-    VirtualLine line({}, "every split 3 1");
-    line.Wait(100);
-    for (int round = 0; round < 300; ++round) {
-        std::string bytes(random() % 60, '\0');
-        for (char& byte : bytes)
-            byte = static_cast<char>(random() % 4 == 0 ? '\n' : random());
-        line.Send(bytes);
-        for (const char byte : line.Wait(random() % 50)) {
-            EXPECT_TRUE(byte == 1 || byte == 2 || byte == '\r' || byte == '\n' ||
-                        static_cast<unsigned char>(byte) >= 0x20);
-        }
-    }
-    line.Wait(5000);
-    line.Send("\n\n\n"); // ends what was left open
-    line.Wait(5000);
-    EXPECT_EQ(line.Ask("ver").substr(0, 4), "\x02ver");
 }

@@ -64,13 +64,6 @@ TEST(Text, LetsAnswersThroughBetweenItsLinesAndStops) {
     EXPECT_EQ(end.substr(end.size() - 14), "\r\n\x02"
                                            "c\r\nzorbel> ");
     EXPECT_EQ(line.device.NextDue(), sim::Never);
-
-    line.Send(Wire("text 1000000"));
-    EXPECT_EQ(line.Wait(200).substr(0, 24), "\x02text 1000000\r\n00000001 ");
-    line.Send(Wire("reboot"));
-    const std::string last = line.Wait(1000);
-    const std::string loader = "\x02reboot\r\nPreparing to load ZoOS\r\n";
-    EXPECT_EQ(last.substr(last.size() - loader.size()), loader);
 }
 
 TEST(Pace, HoldsInTheLongRunAndNeverRunsAhead) {

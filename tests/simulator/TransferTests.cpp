@@ -4,10 +4,8 @@
 
 #include "rig/Vectors.h"
 
-#include <filesystem>
 #include <fstream>
 #include <numeric>
-#include <random>
 #include <sstream>
 
 using namespace simtest;
@@ -27,17 +25,8 @@ std::string Frame(unsigned block, const std::string& data) {
     return "C" + covered;
 }
 
-class TransferLine : public testing::Test {
+class TransferLine : public testing::Test, protected Storage {
 protected:
-    TransferLine()
-        : root(fs::temp_directory_path() /
-               (std::string("zorbel-") +
-                testing::UnitTest::GetInstance()->current_test_info()->name())) {
-        fs::remove_all(root);
-        fs::create_directories(root);
-    }
-    ~TransferLine() override { fs::remove_all(root); }
-
     VirtualLine Line(std::string_view script = {}) {
         VirtualLine line({}, script, sim::DeviceFiles(root));
         line.Wait(100);
@@ -54,8 +43,6 @@ protected:
         line.Send(bytes);
         return line.Wait(250);
     }
-
-    fs::path root;
 };
 
 } // namespace
@@ -117,17 +104,6 @@ TEST_F(TransferLine, AsksByNumberOnceAFrameWasBad) {
     EXPECT_EQ(Stored("default/x.bin"), std::string(512, 'd') + std::string(512, 'e'));
 }
 
-TEST_F(TransferLine, CEndsAnyTransferAndLeavesNoFile) {
-    VirtualLine line = Line();
-    line.Ask("rcv x.bin 1024");
-    Say(line, Frame(0, std::string(512, 'd')));
-    EXPECT_EQ(line.Ask("ver"), "\x01send1\r\n") << "it still waits for its block";
-    EXPECT_EQ(line.Ask("c"), "\x02"
-                             "c\r\nzorbel> ");
-    EXPECT_FALSE(fs::exists(root / "default/x.bin"));
-    EXPECT_EQ(line.Ask("ver")[0], '\x02');
-}
-
 TEST_F(TransferLine, RepliesComeTwiceEarlyAndWithTextAndTheDeviceIsDeafOrRestarts) {
     VirtualLine line = Line("1 twice 0 1\n1 hasty 1 1\n1 text 2 3\n1 deaf 2 500\n1 restart 3\n");
     EXPECT_EQ(line.Ask("rcv x.bin 2048").substr(1), "rcv x.bin 2048\r\nack\r\nack\r\n");
@@ -141,24 +117,6 @@ TEST_F(TransferLine, RepliesComeTwiceEarlyAndWithTextAndTheDeviceIsDeafOrRestart
     EXPECT_EQ(Say(line, Frame(2, data)), "");
     EXPECT_EQ(line.Wait(300), "Preparing to load ZoOS\r\n");
     EXPECT_FALSE(fs::exists(root / "default/x.bin"));
-}
-
-TEST_F(TransferLine, ImageEndsWithItsLastWholeBlock) {
-    VirtualLine line = Line();
-    line.Ask("imgrcv 264 2");
-    EXPECT_EQ(Say(line, Frame(0, std::string(264, '0'))), "ack\r\n");
-    EXPECT_EQ(Say(line, Frame(1, std::string(264, '1'))), "done\r\nzorbel> ");
-    EXPECT_EQ(Stored("default/screen.img").size(), 528U);
-}
-
-TEST_F(TransferLine, LoaderTakesABootImageAndStartsIt) {
-    VirtualLine line = Line();
-    line.Send(Wire("reboot"));
-    line.Wait(520);
-    line.Ask("rcv new.boot 3");
-    EXPECT_EQ(Say(line, Frame(0, "abc")), "ack\r\n");
-    EXPECT_NE(line.Wait(500).find("ZoOS console"), std::string::npos);
-    EXPECT_EQ(Stored("default/new.boot"), "abc");
 }
 
 TEST_F(TransferLine, GivesAFilePacketByPacket) {

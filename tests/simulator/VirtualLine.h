@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,6 +32,23 @@ inline std::string Wire(const std::string& text) {
     const std::uint16_t sum = sim::LineSum(text.substr(0, text.find_last_not_of('\r') + 1));
     return text + '\n' + static_cast<char>(sum & 0xFF) + static_cast<char>(sum >> 8);
 }
+
+// A folder of a test's own for the device's files.
+class Storage {
+public:
+    Storage()
+        : root(std::filesystem::temp_directory_path() /
+               (std::string("zorbel-") +
+                testing::UnitTest::GetInstance()->current_test_info()->name())) {
+        std::filesystem::remove_all(root);
+        std::filesystem::create_directories(root);
+    }
+    ~Storage() { std::filesystem::remove_all(root); }
+    Storage(const Storage&) = delete;
+    Storage& operator=(const Storage&) = delete;
+
+    const std::filesystem::path root;
+};
 
 class VirtualLine {
 public:

@@ -12,16 +12,12 @@
 
 #include <dlgs.h>
 
+#include <regex>
+
 namespace {
 
 class ComfortTest : public TerminalTest {
 protected:
-    RECT RectOf(HWND control) const {
-        RECT rect = {};
-        GetWindowRect(control, &rect);
-        return rect;
-    }
-
     // A line that the device answers.
     void Send(const std::string& answer) {
         EXPECT_TRUE(terminal->QueueLine("ver", LineAloud));
@@ -52,15 +48,6 @@ LONG PaneFontHeight(const ZoTerm& terminal) {
     const LRESULT object = SendMessageA(OutputOf(terminal), WM_GETFONT, 0, 0);
     GetObjectA(reinterpret_cast<HFONT>(object), sizeof(font), &font);
     return font.lfHeight;
-}
-
-std::string Now() {
-    char text[LogTimeLength + 1];
-    SYSTEMTIME now = {};
-    GetLocalTime(&now);
-    FormatText(text, "%04u-%02u-%02u %02u:%02u:%02u.%03u ", now.wYear, now.wMonth, now.wDay,
-               now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
-    return text;
 }
 
 std::string Sound(const std::string& name) {
@@ -140,20 +127,15 @@ TEST_F(ComfortTest, LinesOfALogWithTimesHaveOneEach) {
     for (const char* name : {"UseLogFile", "LogTimes"})
         PlantNumber(SettingsRoot + std::string("\\Instance0"), name, 1);
     StartConnected();
-    // The log's form: a time is a T, when it is one since the test began.
-    const std::string begin = Now();
-    const auto form = [&] {
-        std::string log = folder.Read("out.log");
-        for (std::size_t at = 0; at < log.size(); ++at) {
-            const std::string time = log.substr(at, LogTimeLength);
-            if (begin <= time && time <= Now() && time.back() == ' ')
-                log.replace(at, LogTimeLength, "T");
-        }
-        return log;
-    };
+    SYSTEMTIME now = {};
+    GetLocalTime(&now);
+    const std::regex time(std::to_string(now.wYear) +
+                          "-[01]\\d-[0-3]\\d [012]\\d:[0-5]\\d:[0-5]\\d[.]\\d{3} ");
     const auto logged = [&](const std::string& text, const std::string& all) {
         peer.Send(text);
-        EXPECT_TRUE(WaitUntil([&] { return form() == all; })) << folder.Read("out.log");
+        EXPECT_TRUE(WaitUntil([&] {
+            return std::regex_replace(folder.Read("out.log"), time, "T") == all;
+        })) << folder.Read("out.log");
     };
     logged("one\ntwo", "Tone\r\nTtwo");
     logged(" more\n\nthree", "Tone\r\nTtwo more\r\nT\r\nTthree");

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <initializer_list>
 
 STAND_IN(CreateFileA);
@@ -24,8 +25,10 @@ constexpr int DeviceMenu = 5;
 
 const decltype(&CreateFileA) SystemCreateFile = __imp_CreateFileA;
 
-// A driver that takes its time, and refuses a few times when it has just been closed.
+// A driver that waits behind a gate, and refuses a few times when it has just been closed.
 std::atomic<int> Refusals{0};
+std::atomic<int> Opening{0};
+const HANDLE Gate = CreateEventA(nullptr, TRUE, FALSE, nullptr);
 
 HANDLE WINAPI OpensSlowly(const char* path, DWORD access, DWORD share,
                           SECURITY_ATTRIBUTES* security, DWORD creation, DWORD flags,
@@ -35,7 +38,9 @@ HANDLE WINAPI OpensSlowly(const char* path, DWORD access, DWORD share,
             SetLastError(ERROR_ACCESS_DENIED);
             return INVALID_HANDLE_VALUE;
         }
-        Sleep(1000);
+        ++Opening;
+        WaitForSingleObject(Gate, 2 * Patience);
+        --Opening;
     }
     return SystemCreateFile(path, access, share, security, creation, flags, pattern);
 }
@@ -66,30 +71,47 @@ protected:
 
 } // namespace
 
-TEST_F(ConnectionTest, StartsDisconnectedWithoutASavedPort) {
+TEST_F(ConnectionTest, MenusTitleAndControlsFollowPortRateAndDevice) {
+    PlantText(std::string(SettingsRoot) + "\\Instance0", "DeviceName", "mp3");
     Start();
-    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
-    EXPECT_EQ(Checked(PortMenu), "0");
-    EXPECT_EQ(Checked(BaudMenu), "5") << "57600";
-    EXPECT_EQ(Checked(DeviceMenu), "0");
-    ExpectConnected(false);
-}
-
-TEST_F(ConnectionTest, PortMenuOpensAndCloses) {
-    StartConnected();
-    const std::string name = ReadComPair().program;
-    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: " + name + ", Zorbel Console Terminal");
-    EXPECT_EQ(Checked(PortMenu), std::to_string(ReadComPair().number));
-    ExpectConnected(true);
-
-    Command(CMD_PORT_NONE);
-    EXPECT_EQ(TextOf(terminal->m_hWnd), " Port: NONE, Zorbel Console Terminal");
-    EXPECT_EQ(Checked(PortMenu), "0");
-    ExpectConnected(false);
-
-    Command(static_cast<WORD>(CMD_PORT_1 + ReadComPair().number - 1));
-    EXPECT_EQ(terminal->Settings.m_PortNumber, ReadComPair().number);
-    ExpectConnected(true);
+    const ComPair pair = ReadComPair();
+    const int away = std::stoi(pair.device.substr(3));
+    const auto number = [](int port) { return port >= 5 ? "5" : std::to_string(port); };
+    const struct {
+        std::function<void()> act;
+        std::string port; // the checked item, and so on
+        std::string rate;
+        std::string device;
+    } steps[] = {
+        {[] {}, "0", "5", "5"}, // "mp3" is not "MP3"
+        {[&] { Command(CMD_BAUD_115200); }, "0", "6", "5"},
+        {[&] { Command(static_cast<WORD>(CMD_PORT_1 + pair.number - 1)); }, number(pair.number),
+         "6", "5"},
+        {[&] { Command(CMD_BAUD_2400); }, number(pair.number), "0", "5"},
+        {[&] { Command(CMD_BAUD_921600); }, number(pair.number), "9", "5"},
+        {[&] { EXPECT_TRUE(terminal->SelectBaudRate(300)); }, number(pair.number), "", "5"},
+        {[&] { Command(CMD_PORT_NONE); }, "0", "", "5"},
+        {[&] { EXPECT_TRUE(terminal->OpenPort(away, 9600)); }, number(away), "2", "5"},
+        {[&] { EXPECT_FALSE(terminal->OpenPort(199, 57600)); }, "0", "2", "5"},
+        {[&] { EXPECT_FALSE(terminal->OpenPort(-1, 57600)); }, "0", "2", "5"},
+        {[&] { Command(CMD_DEVICE_MP3); }, "0", "2", "3"},
+        {[&] { Command(CMD_DEVICE_A); }, "0", "2", "1"},
+        {[&] { terminal->SelectDevice(std::string(400, 'd').c_str()); }, "0", "2", "5"},
+    };
+    for (const auto& step : steps) {
+        SCOPED_TRACE(&step - steps);
+        step.act();
+        const int open = terminal->Settings.m_PortNumber;
+        EXPECT_EQ(Checked(PortMenu), step.port);
+        EXPECT_EQ(number(open), step.port);
+        EXPECT_EQ(Checked(BaudMenu), step.rate);
+        EXPECT_EQ(Checked(DeviceMenu), step.device);
+        EXPECT_EQ(TextOf(terminal->m_hWnd),
+                  " Port: " + (open ? "COM" + std::to_string(open) : "NONE") +
+                      ", Zorbel Console Terminal");
+        ExpectConnected(open != 0);
+    }
+    EXPECT_EQ(std::string(terminal->Settings.m_DeviceName).size(), std::size_t{MAX_PATH - 1});
 }
 
 TEST_F(ConnectionTest, PortMenuListsWhatExistsAndOpensIt) {
@@ -109,24 +131,6 @@ TEST_F(ConnectionTest, PortMenuListsWhatExistsAndOpensIt) {
     ExpectConnected(true);
 }
 
-TEST_F(ConnectionTest, PortThatCannotBeOpenedLeavesNoneOpen) {
-    StartConnected();
-    EXPECT_FALSE(terminal->OpenPort(199, 9600));
-    EXPECT_EQ(terminal->Settings.m_PortNumber, 0);
-    EXPECT_EQ(terminal->Settings.m_BaudRate, 57600U)
-        << "the rate of an open that failed is not taken";
-    ExpectConnected(false);
-    EXPECT_FALSE(terminal->OpenPort(-1, 9600));
-}
-
-TEST_F(ConnectionTest, HigherPortNumbersCheckOther) {
-    Start();
-    const int number = std::stoi(ReadComPair().device.substr(3));
-    ASSERT_TRUE(terminal->OpenPort(number, 9600));
-    EXPECT_EQ(Checked(PortMenu), number >= 5 ? "5" : std::to_string(number));
-    EXPECT_EQ(Checked(BaudMenu), "2");
-}
-
 TEST_F(ConnectionTest, SlowDriverHoldsNobody) {
     const ComPair pair = ReadComPair();
     const std::string key = SettingsRoot + std::string("\\Instance0");
@@ -137,12 +141,18 @@ TEST_F(ConnectionTest, SlowDriverHoldsNobody) {
     EXPECT_EQ(StatusTextOf(*terminal), "Opening " + pair.program + "...");
     EXPECT_FALSE(terminal->TakesLists());
     Command(CMD_BAUD_9600);
+    SetEvent(Gate);
     EXPECT_TRUE(WaitUntil([&] { return terminal->Settings.m_PortNumber == pair.number; }));
     EXPECT_EQ(StatusTextOf(*terminal), "");
     EXPECT_EQ(Checked(BaudMenu), "2") << "what was chosen meanwhile";
     ExpectConnected(true);
 
     Refusals = 4; // right after a close
+    ResetEvent(Gate);
+    SetTimer(nullptr, 0, 1000, [](HWND, UINT, UINT_PTR timer, DWORD) {
+        KillTimer(nullptr, timer);
+        SetEvent(Gate);
+    });
     {
         const Pinger pinger(terminal->m_hWnd);
         EXPECT_TRUE(terminal->OpenPort(pair.number, 9600));
@@ -151,70 +161,23 @@ TEST_F(ConnectionTest, SlowDriverHoldsNobody) {
     Refusals = 0;
 
     // Another choice, and the end of the terminal, do not wait for the driver either.
-    ULONGLONG start = GetTickCount64();
-    SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR timer, DWORD) {
-        KillTimer(nullptr, timer);
-        SendMessageA(TerminalWindows()[0], WM_COMMAND, CMD_PORT_NONE, 0);
-    });
-    EXPECT_FALSE(terminal->OpenPort(pair.number, 9600));
-    EXPECT_LT(GetTickCount64() - start, 700U);
-    EXPECT_EQ(StatusTextOf(*terminal), "");
-    start = GetTickCount64();
-    SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR timer, DWORD) {
-        KillTimer(nullptr, timer);
-        SendMessageA(TerminalWindows()[0], WM_CLOSE, 0, 0);
-    });
-    EXPECT_FALSE(terminal->OpenPort(pair.number, 9600));
+    ResetEvent(Gate);
+    static WPARAM choice;
+    for (const WPARAM chosen : {WPARAM{CMD_PORT_NONE}, WPARAM{CMD_EXIT}}) {
+        choice = chosen;
+        SetTimer(nullptr, 0, 200, [](HWND, UINT, UINT_PTR timer, DWORD) {
+            KillTimer(nullptr, timer);
+            SendMessageA(TerminalWindows()[0], WM_COMMAND, choice, 0);
+        });
+        EXPECT_FALSE(terminal->OpenPort(pair.number, 9600));
+        EXPECT_EQ(WaitForSingleObject(Gate, 0), DWORD{WAIT_TIMEOUT}) << "the driver is at it";
+        EXPECT_TRUE(chosen == CMD_EXIT || StatusTextOf(*terminal) == "");
+    }
     EXPECT_TRUE(WaitUntil([] { return TerminalWindows().empty(); }));
-    EXPECT_LT(GetTickCount64() - start, 700U);
     EXPECT_EQ(FindValue(key, "Port"), "dword:" + std::to_string(pair.number));
-    Sleep(1000); // the driver's end of it
-}
-
-TEST_F(ConnectionTest, BaudRateIsStoredClosedAndTakenOpen) {
-    Start();
-    Command(CMD_BAUD_115200);
-    EXPECT_EQ(terminal->Settings.m_BaudRate, 115200U);
-    EXPECT_EQ(Checked(BaudMenu), "6");
-    ASSERT_TRUE(terminal->OpenPort(ReadComPair().number, terminal->Settings.m_BaudRate));
-    Command(CMD_BAUD_2400);
-    EXPECT_EQ(terminal->Settings.m_BaudRate, 2400U);
-    EXPECT_EQ(Checked(BaudMenu), "0");
-
-    Command(CMD_BAUD_921600);
-    EXPECT_EQ(terminal->Settings.m_BaudRate, 921600U);
-    EXPECT_EQ(Checked(BaudMenu), "9");
-
-    EXPECT_TRUE(terminal->SelectBaudRate(300));
-    EXPECT_EQ(Checked(BaudMenu), "") << "no item stands for 300";
-}
-
-TEST_F(ConnectionTest, DeviceMenuTellsTheFolder) {
-    PlantText(std::string(SettingsRoot) + "\\Instance0", "DeviceName", "mp3");
-    Start();
-    EXPECT_EQ(Checked(DeviceMenu), "5") << "case counts";
-    Command(CMD_DEVICE_MP3);
-    EXPECT_STREQ(terminal->Settings.m_DeviceName, "MP3");
-    EXPECT_EQ(Checked(DeviceMenu), "3");
-    Command(CMD_DEVICE_A);
-    EXPECT_EQ(Checked(DeviceMenu), "1");
-    terminal->SelectDevice(std::string(400, 'd').c_str());
-    EXPECT_EQ(std::string(terminal->Settings.m_DeviceName).size(), std::size_t{MAX_PATH - 1});
-}
-
-TEST_F(ConnectionTest, BusyStateGraysMenusAndButtons) {
-    StartConnected();
-    const auto grayed = [&](UINT menu) {
-        return (GetMenuState(GetMenu(terminal->m_hWnd), menu, MF_BYPOSITION) & MF_GRAYED) != 0;
-    };
-    terminal->EnableCommands(false);
-    for (UINT menu = 0; menu < 8; ++menu)
-        EXPECT_EQ(grayed(menu), menu != 1 && menu != 6 && menu != 7) << menu;
-    EXPECT_FALSE(ButtonIsEnabled(CMD_RECEIVE_FILE));
-    terminal->EnableCommands(true);
-    for (UINT menu = 0; menu < 8; ++menu)
-        EXPECT_FALSE(grayed(menu)) << menu;
-    EXPECT_TRUE(ButtonIsEnabled(CMD_RECEIVE_FILE));
+    EXPECT_GE(Opening, 1);
+    SetEvent(Gate);
+    EXPECT_TRUE(WaitUntil([] { return Opening == 0; }));
 }
 
 TEST_F(ConnectionTest, PortThatIsGoneComesBackByItself) {
