@@ -2,9 +2,9 @@
 // figure: what it is, the figure, its bound. The argument tells whether the system draws with
 // themes, "on" or "off".
 
+#include "bench/Console.h"
 #include "bench/Figures.h"
 #include "bench/Peer.h"
-#include "bench/Usage.h"
 #include "link/ComPort.h"
 #include "rig/ComPeer.h"
 #include "rig/Files.h"
@@ -28,7 +28,6 @@
 
 namespace {
 
-constexpr char Key[] = "Software\\Zorbel\\ZoConsole\\Instance0";
 constexpr DWORD ProbePeriod = 500; // ms; every question costs the program time, too
 
 std::string TemporaryFile(const char* name) {
@@ -37,48 +36,8 @@ std::string TemporaryFile(const char* name) {
     return std::string(folder) + name;
 }
 
-// The program with its window up. `start` to `shown` is the time to the first painted window.
-class Console {
-public:
-    Console() {
-        PlantNumber(Key, "Port", static_cast<DWORD>(ReadComPair().number));
-        PlantNumber(Key, "BaudRate", 115200);
-        m_Started = Seconds();
-        m_Program = std::make_unique<Process>("ZoConsole.exe", "");
-        WaitUntil([&] { return (window = FindWindowA("cs_zoterm", nullptr)) != nullptr; }, 20000);
-        // The window is painted before its thread answers messages.
-        WaitUntil([&] { return IsWindowVisible(window) != 0; }, 20000);
-        SendMessageA(window, WM_NULL, 0, 0);
-        shownAfter = Seconds() - m_Started;
-        m_Usage = Usage(m_Program->Handle(), "ZoConsole.exe");
-    }
-    ~Console() {
-        PostMessageA(window, WM_CLOSE, 0, 0);
-        m_Program->Ended(10000);
-    }
-    Console(const Console&) = delete;
-    Console& operator=(const Console&) = delete;
-
-    double CpuSeconds() const { return m_Usage.CpuSeconds(); }
-    double PrivateBytes() const { return m_Usage.PrivateBytes(); }
-
-    HWND window = nullptr;
-    double shownAfter = 0;
-
-private:
-    double m_Started = 0;
-    std::unique_ptr<Process> m_Program;
-    Usage m_Usage;
-};
-
-double IdlePercent(const Console& console, double seconds) {
-    const double cpu = console.CpuSeconds();
-    const double start = Seconds();
-    WaitUntil([&] { return Seconds() - start >= seconds; }, INFINITE);
-    return 100 * (console.CpuSeconds() - cpu) / (Seconds() - start);
-}
-
 void MeasureStart() {
+    PlantPort(115200);
     double starts[5];
     for (double& start : starts)
         start = Console().shownAfter;
@@ -88,17 +47,18 @@ void MeasureStart() {
 
 void MeasureIdle() {
     const ComPair pair = ReadComPair();
+    PlantPort(115200);
     Console console;
-    IdlePercent(console, 5); // what a start still has to do
-    Row("CPU while idle, port open (10 s)", IdlePercent(console, 10), "%", 0.5);
+    console.IdlePercent(5); // what a start still has to do
+    Row("CPU while idle, port open (10 s)", console.IdlePercent(10), "%", 0.5);
     Row("private memory", console.PrivateBytes() / 1e6, "MB", NoBound);
     if (CutCable(pair.device)) {
-        Row("CPU while idle, other end gone (10 s)", IdlePercent(console, 10), "%", 0.5);
+        Row("CPU while idle, other end gone (10 s)", console.IdlePercent(10), "%", 0.5);
         RestoreCable(pair.device);
     }
     if (CutCable(pair.program)) {
-        IdlePercent(console, 1);
-        Row("CPU while idle, port gone (10 s)", IdlePercent(console, 10), "%", 0.5);
+        console.IdlePercent(1);
+        Row("CPU while idle, port gone (10 s)", console.IdlePercent(10), "%", 0.5);
         RestoreCable(pair.program);
     }
 }
@@ -141,8 +101,9 @@ void MeasureStream(int pace, double cpuBound) {
     const ComPair pair = ReadComPair();
     const std::string log = TemporaryFile("zoconsole_bench.log");
     DeleteFileA(log.c_str());
-    PlantText(Key, "LogFile", log);
-    PlantNumber(Key, "UseLogFile", 1);
+    PlantText(ConsoleKey, "LogFile", log);
+    PlantNumber(ConsoleKey, "UseLogFile", 1);
+    PlantPort(115200);
     const std::string name = "2 MB of text at " + std::to_string(pace) + " bit/s: ";
 
     double cpu = 0;
@@ -171,7 +132,7 @@ void MeasureStream(int pace, double cpuBound) {
     Row(name + "time", done, "s", NoBound);
     Row(name + "CPU for each MB", cpu / (StreamSize / 1048576.0), "s", cpuBound);
     Row(name + "slowest answer to a message", slowest * 1000, "ms", 100);
-    PlantNumber(Key, "UseLogFile", 0);
+    PlantNumber(ConsoleKey, "UseLogFile", 0);
     DeleteFileA(log.c_str());
 }
 
@@ -257,9 +218,8 @@ constexpr Measure Measures[] = {
 // zo_bench peer COMMANDLINE [LOG]: another terminal program, and this one beside it.
 int main(int argc, char** argv) {
     if (argc > 2 && std::strcmp(argv[1], "peer") == 0) {
-        PlantNumber(Key, "Port", static_cast<DWORD>(ReadComPair().number));
-        PlantNumber(Key, "BaudRate", 921600);
-        MeasurePeer("ZoConsole", '"' + BuildFile("ZoConsole.exe") + '"', {});
+        PlantPort(921600);
+        MeasurePeer("ZoConsole", ConsoleCommand(), {});
         MeasurePeer("peer", argv[2], argc > 3 ? argv[3] : "");
         return 0;
     }

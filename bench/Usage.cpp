@@ -2,30 +2,57 @@
 
 #include <psapi.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 namespace {
 
 constexpr std::size_t LongestComm = 15; // characters of a program's name that the system keeps
+constexpr int FieldsToBegin = 20;       // of /proc/PID/stat, from the one behind the name on
+constexpr char RigVariable[] = "ZO_RIG_DIR";
+
+// When a process began, in the system's ticks; 0: it has gone. Its name stands in parentheses and
+// may hold anything.
+double BeginOf(const std::string& folder) {
+    const std::string stat = Contents(folder + "stat");
+    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
+    std::string field;
+    for (int i = 0; i < FieldsToBegin; ++i)
+        fields >> field;
+    return std::atof(field.c_str());
+}
+
+// Other checkouts' programs may run as well: those of this one's rig have its folder in their
+// environment.
+bool IsOfThisRig(const std::string& folder) {
+    const char* const rig = std::getenv(RigVariable);
+    return rig && ('\0' + Contents(folder + "environ"))
+                          .find(std::string(1, '\0') + RigVariable + '=' + rig + '\0') !=
+                      std::string::npos;
+}
 
 std::string ProcFolder(const std::string& program) {
     WIN32_FIND_DATAA entry;
     const HANDLE search = FindFirstFileA("Z:\\proc\\*", &entry);
     if (search == INVALID_HANDLE_VALUE)
         return {};
-    int youngest = 0;
+    double youngest = 0;
+    std::string found;
     do {
-        const int id = std::atoi(entry.cFileName);
-        const std::string name = std::string("Z:\\proc\\") + entry.cFileName + "\\comm";
-        if (id > youngest && Contents(name) == program.substr(0, LongestComm) + "\n")
-            youngest = id;
+        const std::string folder = std::string("Z:\\proc\\") + entry.cFileName + "\\";
+        if (Contents(folder + "comm") != program.substr(0, LongestComm) + "\n" ||
+            !IsOfThisRig(folder))
+            continue;
+        const double begin = BeginOf(folder);
+        if (begin >= youngest)
+            found = folder;
+        youngest = std::max(youngest, begin);
     } while (FindNextFileA(search, &entry));
     FindClose(search);
-    return youngest ? "Z:\\proc\\" + std::to_string(youngest) + "\\" : std::string();
+    return found;
 }
 
 double Seconds(const FILETIME& time) {
@@ -69,9 +96,17 @@ double Seconds() {
     return static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
 }
 
+// A process that ends meanwhile makes reading its files fail.
 std::string Contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    std::string contents;
+    std::FILE* const file = std::fopen(path.c_str(), "rb");
+    if (!file)
+        return contents;
+    char part[65536];
+    for (std::size_t size = 0; (size = std::fread(part, 1, sizeof(part), file)) > 0;)
+        contents.append(part, size);
+    std::fclose(file);
+    return contents;
 }
 
 Usage::Usage(HANDLE process, const std::string& fileName)

@@ -13,8 +13,8 @@ double Seconds();
 std::string Contents(const std::string& path);
 
 // A running program, seen from outside. Wine tells the times and the memory of no process but the
-// caller's, so there the figures come from the system below it: of the youngest process of that
-// file name, since ended ones may linger.
+// caller's, so there the figures come from the system below it: of this rig's youngest
+// process of that file name, since ended ones may linger.
 class Usage {
 public:
     Usage() = default;
