@@ -5,6 +5,7 @@
 #include "bench/Console.h"
 #include "bench/Figures.h"
 #include "bench/Peer.h"
+#include "bench/Shown.h"
 #include "link/ComPort.h"
 #include "rig/ComPeer.h"
 #include "rig/Files.h"
@@ -136,6 +137,25 @@ void MeasureStream(int pace, double cpuBound) {
     DeleteFileA(log.c_str());
 }
 
+void MeasureShown() {
+    for (const bool clears : {true, false}) {
+        PlantNumber(ConsoleKey, "DropOldestText", clears ? 0 : 1);
+        const std::string how = clears ? "" : ", the oldest dropped";
+        for (const int pace : {115200, 921600}) {
+            PlantPort(static_cast<DWORD>(pace));
+            const std::string name = "text shown at " + std::to_string(pace) + " bit/s" + how;
+            const Console console;
+            ShowingPercent(console, pace, clears, clears ? 2 : 8);
+            Row(name + ": CPU", ShowingPercent(console, pace, clears, 10), "%",
+                pace == 115200 ? 10 : 20);
+            Row(name + ": longest lag", SlowestLag(console, pace, clears, 4), "ms", 250);
+        }
+    }
+    PlantNumber(ConsoleKey, "DropOldestText", 0);
+    const Console console;
+    Row("single lines of text: longest lag", SlowestLag(console, 0, true, 5), "ms", 30);
+}
+
 // Calls an operation that starts a transfer, and waits for its end. Seconds; -1 when it failed.
 template <typename Start> double TransferSeconds(ComPort& port, Start start) {
     const double began = Seconds();
@@ -208,6 +228,7 @@ constexpr Measure Measures[] = {
     {"transfer", false, [](bool) { MeasureTransfers(); }},
     {"start", true, [](bool) { MeasureStart(); }},
     {"idle", true, [](bool) { MeasureIdle(); }},
+    {"shown", true, [](bool) { MeasureShown(); }},
     {"fast", true, [](bool) { MeasureStream(921600, NoBound); }},
     {"stream", true, [](bool themes) { MeasureStream(115200, themes ? 10 : 3); }},
 };

@@ -17,12 +17,18 @@ namespace {
 
 constexpr std::uint32_t ChunkSize = 255;    // bytes taken from the link at a time
 constexpr std::uint32_t DrainLimit = 16384; // bytes of one drain; the next follows by message
-constexpr DWORD AppendPeriod = 30;          // ms between appends to the pane
-constexpr DWORD LongestPeriod = 250;        // ms, when appends take long
-constexpr DWORD RestPerAppend = 6;          // of the time that an append took, in a pane that drops
 constexpr UINT GaugePeriod = 100;           // ms
 constexpr std::uint32_t GaugeRestarts = 10;
 constexpr char FullPane[] = "The output is full: Clear (F5), or View > Drop Oldest Text";
+
+// In ms since some moment.
+double Now() {
+    LARGE_INTEGER now;
+    LARGE_INTEGER frequency;
+    QueryPerformanceCounter(&now);
+    QueryPerformanceFrequency(&frequency);
+    return 1000.0 * static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
 
 } // namespace
 
@@ -57,13 +63,11 @@ void ZoTerm::ShowPortOutput() {
     if (drained + ChunkSize > DrainLimit) // other messages come first
         PostMessageA(m_hWnd, LinkMessage, NotifyText, 0);
 
-    const std::uint64_t since = GetTickCount64() - m_PaneAppendedAt;
-    const DWORD period = std::max(AppendPeriod, m_PaneRest);
-    if (since >= period)
+    const double wait = m_PanePace.Due() - Now();
+    if (wait <= 0)
         FlushPaneText();
     else if (!m_PaneTimerRuns)
-        m_PaneTimerRuns =
-            SetTimer(m_hWnd, PaneTimerId, period - static_cast<UINT>(since), nullptr) != 0;
+        m_PaneTimerRuns = SetTimer(m_hWnd, PaneTimerId, static_cast<UINT>(wait), nullptr) != 0;
     RestartGaugeTimer();
 }
 
@@ -103,8 +107,7 @@ void ZoTerm::MakeQueueRoom(std::uint32_t count) {
     m_PaneGap = true;
 }
 
-// Appends what is queued, as one text: a control's append costs much the same for any length. A
-// flood into a pane that drops never ends, so it leaves the rest of the time to others.
+// Appends what is queued, as one text: a control's append costs much the same for any length.
 void ZoTerm::FlushPaneText() {
     if (m_PaneTimerRuns)
         KillTimer(m_hWnd, PaneTimerId);
@@ -119,7 +122,7 @@ void ZoTerm::FlushPaneText() {
     if (std::exchange(m_PaneGap, false))
         drop = end;
     else if (queued > room && Settings.m_DropOldestText)
-        drop = OldestLines(PaneText(m_hOutput).get(), end, queued - room);
+        drop = OldestPaneLines(m_hOutput, end, queued - room);
     else if (queued > room) {
         shown = room;
         ReportFullPane();
@@ -127,13 +130,11 @@ void ZoTerm::FlushPaneText() {
     if (shown == 0)
         return;
     m_PaneText[shown] = L'\0';
-    const std::uint64_t began = GetTickCount64();
+    const double began = Now();
     AppendToPane(m_PaneText, drop);
-    m_PaneAppendedAt = GetTickCount64();
-    const auto took = static_cast<DWORD>(m_PaneAppendedAt - began);
+    m_PanePace.Appended(began, Now());
     if (drop > 0)
         RestartGaugeTimer(); // it may show what waited as if it had been added
-    m_PaneRest = Settings.m_DropOldestText ? std::min(took * RestPerAppend, LongestPeriod) : 0;
 }
 
 void ZoTerm::EmptyOutputPane() {

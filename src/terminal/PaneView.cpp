@@ -56,6 +56,53 @@ void ReplaceText(HWND pane, int from, int to, const wchar_t* text) {
     SendMessageW(pane, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(text));
 }
 
+SCROLLINFO BarOf(HWND pane, int bar) {
+    SCROLLINFO info = {};
+    info.cbSize = sizeof(info);
+    info.fMask = SIF_RANGE | SIF_PAGE | SIF_POS;
+    GetScrollInfo(pane, bar, &info);
+    return info;
+}
+
+bool IsSame(const SCROLLINFO& one, const SCROLLINFO& other) {
+    return one.nMin == other.nMin && one.nMax == other.nMax && one.nPage == other.nPage &&
+           one.nPos == other.nPos;
+}
+
+bool Scrolls(const SCROLLINFO& bar) {
+    return bar.nMax - bar.nMin >= static_cast<int>(bar.nPage);
+}
+
+// Nothing of the pane is drawn while this lives, and what has changed when it ends. The control
+// would draw both scroll bars with every step, which takes much longer than the step. It need not
+// know WM_SETREDRAW itself.
+class DrawnOnce {
+public:
+    explicit DrawnOnce(HWND pane)
+        : m_Pane(pane), m_Across(BarOf(pane, SB_HORZ)), m_Down(BarOf(pane, SB_VERT)) {
+        DefWindowProcW(m_Pane, WM_SETREDRAW, FALSE, 0);
+    }
+    ~DrawnOnce() {
+        DefWindowProcW(m_Pane, WM_SETREDRAW, TRUE, 0);
+        const SCROLLINFO down = BarOf(m_Pane, SB_VERT);
+        const bool frame =
+            !IsSame(BarOf(m_Pane, SB_HORZ), m_Across) || Scrolls(down) != Scrolls(m_Down);
+        RedrawWindow(m_Pane, nullptr, nullptr, RDW_INVALIDATE | (frame ? RDW_FRAME : 0U));
+        if (!frame && !IsSame(down, m_Down)) { // drawn if it changes, so it changes again
+            SetScrollInfo(m_Pane, SB_VERT, &m_Down, FALSE);
+            SetScrollInfo(m_Pane, SB_VERT, &down, TRUE);
+        }
+        UpdateWindow(m_Pane); // drawing is part of what an append costs
+    }
+    DrawnOnce(const DrawnOnce&) = delete;
+    DrawnOnce& operator=(const DrawnOnce&) = delete;
+
+private:
+    HWND m_Pane;
+    SCROLLINFO m_Across;
+    SCROLLINFO m_Down;
+};
+
 // What was seen of the text moves with it, at most to the top.
 void DropOldest(HWND pane, std::uint32_t count, PaneView& view) {
     const LRESULT lines = SendMessageW(pane, EM_LINEFROMCHAR, count, 0);
@@ -85,10 +132,20 @@ std::unique_ptr<wchar_t[]> PaneText(HWND pane) {
 
 std::uint32_t OldestLines(const wchar_t* text, std::uint32_t count, std::uint32_t least) {
     const std::uint32_t start = std::min(std::max(least, DropStep), count);
-    if (!text || start == 0)
+    if (start == 0)
         return start;
     const wchar_t* const end = std::find(text + start - 1, text + count, L'\n');
     return end == text + count ? start : static_cast<std::uint32_t>(end - text) + 1;
+}
+
+// Asks for places instead of the text, which the control would have to copy.
+std::uint32_t OldestPaneLines(HWND pane, std::uint32_t count, std::uint32_t least) {
+    const std::uint32_t start = std::min(std::max(least, DropStep), count);
+    if (start == 0)
+        return start;
+    const LRESULT line = SendMessageW(pane, EM_LINEFROMCHAR, start - 1, 0);
+    const LRESULT next = SendMessageW(pane, EM_LINEINDEX, static_cast<WPARAM>(line + 1), 0);
+    return next < static_cast<LRESULT>(start) ? start : static_cast<std::uint32_t>(next);
 }
 
 // Nothing is selected or being selected, and the text's end is in view, or would be if the window
@@ -120,27 +177,21 @@ void ZoTerm::NoteCaret() {
 }
 
 // Makes room of `drop` characters at the top first. The control can only append at its caret,
-// which it scrolls to; what it shows meanwhile is not drawn, where the system can do that.
+// which it scrolls to.
 void ZoTerm::AppendToPane(const wchar_t* text, std::uint32_t drop) {
     if (GetFocus() == m_hOutput)
         NoteCaret();
     const bool caretFirst = m_PaneCaretFirst;
     const bool follows = PaneFollows();
-    const bool drawsLater = !follows || drop > 0;
     PaneView view = ViewOf(m_hOutput);
-    if (drawsLater)
-        SendMessageW(m_hOutput, WM_SETREDRAW, FALSE, 0);
+    const DrawnOnce drawn(m_hOutput);
     if (drop > 0)
         DropOldest(m_hOutput, drop, view);
     ReplaceText(m_hOutput, BehindAllText, BehindAllText, text);
-    if (!follows)
+    if (!follows) {
         Restore(m_hOutput, view, caretFirst);
-    if (drawsLater) {
-        SendMessageW(m_hOutput, WM_SETREDRAW, TRUE, 0);
-        RedrawWindow(m_hOutput, nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+        return;
     }
-    if (follows) {
-        m_FollowedLine = FirstLine(m_hOutput);
-        m_FollowedLineCount = LineCount(m_hOutput);
-    }
+    m_FollowedLine = FirstLine(m_hOutput);
+    m_FollowedLineCount = LineCount(m_hOutput);
 }

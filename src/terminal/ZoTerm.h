@@ -7,6 +7,7 @@
 #include "link/ComPort.h"
 #include "link/codec/LogStamp.h"
 #include "settings/TermSettings.h"
+#include "terminal/AppendPace.h"
 
 #include <windows.h>
 
@@ -382,8 +383,7 @@ private:
     std::uint32_t m_PaneTextCount = 0;
     char m_SplitCharacter[4] = {}; // the beginning of one, whose end has not come
     std::uint32_t m_SplitCount = 0;
-    std::uint64_t m_PaneAppendedAt = 0; // GetTickCount64 of the last append
-    DWORD m_PaneRest = 0;               // ms from then to the next one, if that is much
+    AppendPace m_PanePace;
     bool m_PaneTimerRuns = false;
     bool m_PaneGap = false;          // what would be between the pane's text and this was dropped
     bool m_PaneFullSaid = false;     // by the status bar
