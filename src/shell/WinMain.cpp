@@ -11,14 +11,25 @@
 
 #include <shellapi.h>
 
+#include <cwchar>
+
 extern "C" int _dowildcard; // of the runtime
 int _dowildcard = 0;        // a name with a wildcard is nobody's: no file is sent unasked
 
 namespace {
 
+// The program's name, which may stand in quotes, is no argument.
+bool HasArguments(const wchar_t* line) {
+    for (bool quoted = false; *line && (quoted || (*line != L' ' && *line != L'\t')); ++line)
+        quoted = quoted != (*line == L'"');
+    return line[std::wcsspn(line, L" \t")] != L'\0';
+}
+
 // Arguments 1 and up. A name means a file of this start's folder, whoever gets it. False without
 // memory for all of them.
 bool ReadArguments(PathList& files) {
+    if (!HasArguments(GetCommandLineW())) // the system's parser comes with a large library
+        return true;
     int count = 0;
     wchar_t** const arguments = CommandLineToArgvW(GetCommandLineW(), &count);
     bool read = arguments != nullptr;

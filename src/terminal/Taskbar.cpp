@@ -37,6 +37,8 @@ ITaskbarList3* TheTaskbar() {
 
 void ShowTaskbarState(HWND window, TaskbarState state) {
     constexpr TBPFLAG flags[] = {TBPF_NOPROGRESS, TBPF_INDETERMINATE, TBPF_NORMAL, TBPF_ERROR};
+    if (state == TaskbarState::None && !Taskbar) // then it has shown no other one
+        return;
     if (ITaskbarList3* const taskbar = TheTaskbar())
         taskbar->SetProgressState(window, flags[static_cast<int>(state)]);
 }
