@@ -236,12 +236,10 @@ constexpr Measure Measures[] = {
 } // namespace
 
 // zo_bench on|off [NAME...]: with Wine's themes on or off, all that is measured or what is named.
-// zo_bench peer COMMANDLINE [LOG]: another terminal program, and this one beside it.
+// zo_bench peer COMMANDLINE [COUNT]: another terminal program beside this one, the first figures.
 int main(int argc, char** argv) {
     if (argc > 2 && std::strcmp(argv[1], "peer") == 0) {
-        PlantPort(921600);
-        MeasurePeer("ZoConsole", ConsoleCommand(), {});
-        MeasurePeer("peer", argv[2], argc > 3 ? argv[3] : "");
+        MeasureBeside(argv[2], argc > 3 ? static_cast<std::size_t>(std::atoi(argv[3])) : 99);
         return 0;
     }
     const bool themes = argc > 1 && std::strcmp(argv[1], "on") == 0;

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
-// Measures a terminal program from outside: start, memory, idle CPU, CPU for each MB of text and
-// what it loses at 921600 bits per second. It is started by `commandLine`, which makes it open the
-// null modem's near end. `log`, when it has one, is a file to which it writes what it receives;
-// without it only what it never took off the line counts as lost.
-void MeasurePeer(const std::string& label, const std::string& commandLine, const std::string& log);
+// Measures another terminal program beside this one, five times in turn, and prints the medians of
+// the first so many figures: start and its CPU, idle CPU, private memory, CPU while text shows, CPU
+// for each MB of a flood and what of it is lost. The command line makes the peer open the null
+// modem's near end at 921600 bits per second. This program drops its oldest text, as others do.
+void MeasureBeside(const std::string& peer, std::size_t figures);
