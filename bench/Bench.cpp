@@ -4,6 +4,7 @@
 
 #include "bench/Console.h"
 #include "bench/Figures.h"
+#include "bench/Many.h"
 #include "bench/Peer.h"
 #include "bench/Shown.h"
 #include "link/ComPort.h"
@@ -228,6 +229,8 @@ constexpr Measure Measures[] = {
     {"transfer", false, [](bool) { MeasureTransfers(); }},
     {"start", true, [](bool) { MeasureStart(); }},
     {"idle", true, [](bool) { MeasureIdle(); }},
+    {"answers", true, [](bool) { MeasureAnswers(); }},
+    {"four", true, [](bool) { MeasureFourStreams(); }},
     {"shown", true, [](bool) { MeasureShown(); }},
     {"fast", true, [](bool) { MeasureStream(921600, NoBound); }},
     {"stream", true, [](bool themes) { MeasureStream(115200, themes ? 10 : 3); }},
