@@ -79,7 +79,7 @@ void EndBatch(ZoTerm& terminal, const Ending& ending) {
         FinishBatch(terminal);
 }
 
-std::uint64_t FileSize(const char* path) {
+std::uint64_t OpenedFileSize(const char* path) {
     const HANDLE handle = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
@@ -87,6 +87,17 @@ std::uint64_t FileSize(const char* path) {
     const OwnedHandle file(handle);
     LARGE_INTEGER size = {};
     return GetFileSizeEx(file.get(), &size) ? static_cast<std::uint64_t>(size.QuadPart) : 0;
+}
+
+// What the folder says of a file, without opening it: a list may have thousands. Of a link it says
+// nothing about the file behind it.
+std::uint64_t FileSize(const char* path) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!GetFileAttributesExA(path, GetFileExInfoStandard, &data))
+        return 0;
+    if (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)
+        return OpenedFileSize(path);
+    return static_cast<std::uint64_t>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
 }
 
 std::uint64_t ListBytes(const char* list) {

@@ -102,7 +102,9 @@ void InsertRow(HWND list, int row, const char* name, const Status& status) {
     SetCell(list, row, StatusColumn, status.text);
 }
 
+// A list that draws between two rows takes longer for each row, the more it has.
 void FillRows(const ZoTerm& terminal, HWND list) {
+    SendMessageA(list, WM_SETREDRAW, FALSE, 0);
     SendMessageA(list, LVM_DELETEALLITEMS, 0, 0);
     const char* file = terminal.Batch.m_FileList;
     const char* deviceName = terminal.Batch.m_DeviceNames;
@@ -119,6 +121,7 @@ void FillRows(const ZoTerm& terminal, HWND list) {
         SetNumber(list, row, BlocksColumn, result.code);
         SetNumber(list, row, ErrorsColumn, result.errors);
     }
+    SendMessageA(list, WM_SETREDRAW, TRUE, 0);
 }
 
 void InsertColumns(const ZoTerm& terminal, HWND list) {

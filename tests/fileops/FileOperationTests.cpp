@@ -95,25 +95,34 @@ TEST_F(OperationTest, ListsThatCannotBeSentAreRefused) {
     }
 }
 
+// Characters of either kind: a list of names that fits its memory just so.
+template <typename Names> HGLOBAL MakeDrop(const Names& names) {
+    const std::size_t size = names.size() * sizeof(names[0]);
+    const HGLOBAL memory = GlobalAlloc(GHND, sizeof(DROPFILES) + size);
+    auto* header = static_cast<DROPFILES*>(GlobalLock(memory));
+    header->pFiles = sizeof(DROPFILES);
+    header->fWide = sizeof(names[0]) > 1;
+    std::memcpy(header + 1, names.data(), size);
+    GlobalUnlock(memory);
+    return memory;
+}
+
 TEST_F(OperationTest, DroppedFilesAreSent) {
     StartWithDevice();
     const std::string paths = Packed({File("one", "1"), File("two", "22")});
-    const auto drop = [&] {
-        const HGLOBAL memory = GlobalAlloc(GHND, sizeof(DROPFILES) + paths.size());
-        auto* header = static_cast<DROPFILES*>(GlobalLock(memory));
-        header->pFiles = sizeof(DROPFILES);
-        std::memcpy(header + 1, paths.data(), paths.size());
-        GlobalUnlock(memory);
+    const auto drop = [&](HGLOBAL memory) {
         SendMessageA(OutputOf(*terminal), WM_DROPFILES, reinterpret_cast<WPARAM>(memory), 0);
     };
-    drop();
+    drop(MakeDrop(std::wstring(paths.begin(), paths.end())));
     const HWND dialog = terminal->Operation.m_ProgressDialog;
     ASSERT_NE(dialog, nullptr);
-    drop(); // ignored
+    drop(MakeDrop(paths)); // ignored
     EXPECT_EQ(terminal->Operation.m_ProgressDialog, dialog);
     EXPECT_TRUE(LoseNotices(NotifyTransfer)) << "the last of the first file";
     ASSERT_TRUE(Ended());
     EXPECT_EQ(Records(), "1 blocks 0 errors 1, 1 blocks 0 errors 2");
+    drop(MakeDrop(Packed({File("a b", "1"), File("c d", "22")})));
+    EXPECT_EQ(Records(), "65532, 65532") << "both have no name for the device";
 }
 
 TEST_F(OperationTest, ConvertedFileIsSentAloneAndItsCommandFollows) {
