@@ -7,9 +7,9 @@
 
 namespace {
 
-std::string GeneratedText() {
+std::string GeneratedText(std::size_t size) {
     sim::TextSource source;
-    source.Start(StreamSize);
+    source.Start(size);
     std::string text;
     while (!source.Done())
         text += source.NextLine();
@@ -28,8 +28,8 @@ void Row(const std::string& what, double figure, const char* unit, double bound)
     std::fflush(stdout);
 }
 
-std::size_t ArrivedInLog(const std::string& log) {
-    static const std::string text = GeneratedText();
+std::size_t ArrivedInLog(const std::string& log, std::size_t size) {
+    const std::string text = GeneratedText(size);
     const std::size_t start = log.find(text.substr(0, text.find('\n')));
     if (start == std::string::npos)
         return 0;

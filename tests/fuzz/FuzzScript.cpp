@@ -18,7 +18,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         last = error.line;
     }
     std::size_t kinds = 0;
-    for (int kind = 0; kind <= static_cast<int>(sim::FaultKind::Repeat); ++kind) {
+    for (int kind = 0; kind <= static_cast<int>(sim::FaultKind::Insert); ++kind) {
         const sim::Fault* const fault = script.Find(static_cast<sim::FaultKind>(kind), 1);
         kinds += fault ? 1 : 0;
         Demand(!fault || (static_cast<int>(fault->kind) == kind && fault->command <= 1));
