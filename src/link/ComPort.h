@@ -314,6 +314,7 @@ private:
     HANDLE m_ReplyEvent = nullptr;
     std::uint32_t m_ReplyState = ReplyNone;
     std::uint32_t m_RequestedBlock = 0;
+    bool m_DeviceRestarted = false; // since the send forgot earlier replies
     HANDLE m_CancelSendEvent = nullptr;
     TransferInfo m_Info = {ERROR_INVALID_HANDLE, 0, 0, 0, 0};
     std::uint8_t* m_InBuffer = nullptr;

@@ -246,8 +246,10 @@ void ComPort::CompleteLine(bool current) {
             m_RequestedBlock = reply.block;
             TakeAnswer(AnswerAccepted); // whoever asks for a block has taken the command
         }
-        if (reply.restarted)
+        if (reply.restarted) {
             TakeAnswer(AnswerRefused); // who would have answered is gone
+            m_DeviceRestarted = true;
+        }
         m_ReplyState = reply.state;
         SetEvent(m_ReplyEvent);
     }

@@ -147,6 +147,7 @@ DWORD ComPort::SendFile() {
 void ComPort::ForgetReply() {
     const InputLock lock(*this);
     m_ReplyState = ReplyCancel;
+    m_DeviceRestarted = false;
     ResetEvent(m_ReplyEvent);
 }
 
@@ -194,13 +195,14 @@ bool ComPort::WaitReply() {
 }
 
 // The next reply and the block that the device asked for last. ReplyCancel when the send is
-// canceled, or no reply comes within ReplyTimeout.
+// canceled, no reply comes within ReplyTimeout, or the device has restarted: it knows nothing of
+// the file then, and its banner is no reply to a block.
 ReplyState ComPort::WaitReplyTimed(std::uint32_t& block) {
     const HANDLE either[] = {m_CancelSendEvent, m_ReplyEvent};
     const bool replied =
         WaitForMultipleObjects(2, either, FALSE, ReplyTimeout) == WAIT_OBJECT_0 + 1;
     const InputLock lock(*this);
-    if (!replied)
+    if (!replied || m_DeviceRestarted)
         m_ReplyState = ReplyCancel;
     block = m_RequestedBlock;
     return static_cast<ReplyState>(m_ReplyState);

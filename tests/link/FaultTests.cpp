@@ -42,6 +42,7 @@ TEST(Transfer, EachFaultOfASendEndsAsItMust) {
         {"1 cancel 2", ERROR_CANCELLED, 0, 512, 2, true, false},
         {"1 can 0", ERROR_CANCELLED, 0, 0, 0, true, false},
         {"1 done 3", 0, 0, 1024, 3, false, false},
+        {"1 restart 5", ERROR_CANCELLED, 0, FaultSize - 52, 5, true, false},
         {"1 mute 2 9", ERROR_CANCELLED, 0, 512, 2, true, false},
         {"1 pause 2 1800", 0, 0, FaultSize, 5, false, true},
         {"1 refuse", ERROR_BAD_COMMAND, 0, 0, 0, false, false},
