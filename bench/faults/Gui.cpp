@@ -10,6 +10,7 @@ namespace {
 
 constexpr UINT CallMessage = WM_APP;
 constexpr DWORD Patience = 30000; // ms
+constexpr DWORD Again = 1000;     // ms; a modal loop that ends may drop a message
 
 HWND Window = nullptr;
 
@@ -26,9 +27,14 @@ LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lPar
         return DefWindowProcA(window, message, wParam, lParam);
     const std::unique_ptr<std::shared_ptr<Call>> call(
         reinterpret_cast<std::shared_ptr<Call>*>(lParam));
-    const std::lock_guard<std::mutex> guard((*call)->lock);
-    if ((*call)->function)
-        (*call)->function();
+    std::function<void()> function;
+    {
+        const std::lock_guard<std::mutex> guard((*call)->lock);
+        function = std::exchange((*call)->function, nullptr);
+    }
+    if (!function) // posted again
+        return 0;
+    function();
     SetEvent((*call)->done.get());
     return 0;
 }
@@ -45,14 +51,19 @@ bool StartGuiCalls() {
 
 bool OnGui(std::function<void()> function) {
     const auto call = std::make_shared<Call>(std::move(function));
-    auto* const posted = new std::shared_ptr<Call>(call);
-    if (!PostMessageA(Window, CallMessage, 0, reinterpret_cast<LPARAM>(posted))) {
-        delete posted;
-        return false;
+    for (DWORD waited = 0; waited < Patience; waited += Again) {
+        auto* const posted = new std::shared_ptr<Call>(call);
+        if (!PostMessageA(Window, CallMessage, 0, reinterpret_cast<LPARAM>(posted))) {
+            delete posted;
+            return false;
+        }
+        if (WaitForSingleObject(call->done.get(), Again) == WAIT_OBJECT_0)
+            return true;
     }
-    if (WaitForSingleObject(call->done.get(), Patience) == WAIT_OBJECT_0)
-        return true;
-    const std::lock_guard<std::mutex> guard(call->lock); // it may have begun
-    call->function = nullptr;
-    return WaitForSingleObject(call->done.get(), 0) == WAIT_OBJECT_0;
+    {
+        const std::lock_guard<std::mutex> guard(call->lock);
+        if (std::exchange(call->function, nullptr))
+            return false;
+    }
+    return WaitForSingleObject(call->done.get(), INFINITE) == WAIT_OBJECT_0; // it has begun
 }

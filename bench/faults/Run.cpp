@@ -12,6 +12,7 @@ namespace {
 constexpr DWORD Look = 25;               // ms between two looks
 constexpr DWORD LongestCancel = 15000;   // ms from a cancel to the end of the operation
 constexpr DWORD LongestReturn = 15000;   // ms until a port is back
+constexpr DWORD ChosenAgain = 5000;      // ms until it is chosen again
 constexpr DWORD LongestQueue = 60000;    // ms for the lines that wait
 constexpr DWORD LongestClean = 60000;    // ms for a clean transfer
 constexpr DWORD DialogTime = 300;        // ms that a dialog which came by itself is looked at
@@ -372,11 +373,16 @@ bool Run::ComeBack() {
 
 bool Run::Connected() {
     const sim::Millis end = sim::CounterMillis() + LongestReturn;
+    sim::Millis chosen = sim::CounterMillis();
     for (;;) {
         View view;
         m_Pilot.Look(view);
         if (view.port == m_Pilot.Pair().number)
             return true;
+        if (view.idle && sim::CounterMillis() > chosen + ChosenAgain) { // a command may get lost
+            m_Pilot.OpenPort();
+            chosen = sim::CounterMillis();
+        }
         if (sim::CounterMillis() > end) {
             Note("status: " + view.status);
             return Fail("the port is not taken again");
