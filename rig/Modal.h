@@ -1,6 +1,7 @@
 #pragma once
 
-// Drives modal dialogs of the test's own thread, which runs their message loops.
+// Drives dialogs of the test's own thread, which runs their message loops or has them run by
+// theirs.
 
 #include "rig/Wait.h"
 
@@ -23,6 +24,7 @@ public:
         Current = this;
     }
     ~ModalScript() {
+        WaitUntil([this] { return Done() && !IsWindow(m_Dialog); }); // the last one closes, too
         KillTimer(nullptr, m_Timer);
         Current = m_Before;
         EXPECT_EQ(m_Done, m_Steps.size()) << "dialogs that did not come";
@@ -30,7 +32,7 @@ public:
     ModalScript(const ModalScript&) = delete;
     ModalScript& operator=(const ModalScript&) = delete;
 
-    bool Done() const { return m_Done == m_Steps.size(); }
+    bool Done() const { return m_Done == m_Steps.size() && !m_Acts; }
 
 private:
     static void CALLBACK OnTimer(HWND, UINT, UINT_PTR, DWORD) {
@@ -47,6 +49,7 @@ private:
         if (!dialog || !IsWindowVisible(dialog) ||
             GetWindowThreadProcessId(dialog, nullptr) != GetCurrentThreadId())
             return;
+        m_Dialog = dialog;
         m_Acts = true;
         ++m_Done;
         action(dialog);
@@ -60,6 +63,7 @@ private:
     UINT_PTR m_Timer;
     std::size_t m_Done = 0;
     bool m_Acts = false;
+    HWND m_Dialog = nullptr; // the one that was handled last
 };
 
 // An action that presses a button.

@@ -155,7 +155,7 @@ void EndOperation(ZoTerm& terminal, const char* sound, Activity activity) {
     const HWND dialog = terminal.Operation.m_ProgressDialog;
     LeaveConversion(terminal.Operation.m_Conversion);
     if (terminal.Operation.m_RenameDialog) // its answer is for this operation only
-        EndDialog(terminal.Operation.m_RenameDialog, 0);
+        CloseCover(terminal.Operation.m_RenameDialog);
     const bool portLost = terminal.Operation.m_PortLost;
     terminal.Operation = {};
     terminal.SetActivity(activity);

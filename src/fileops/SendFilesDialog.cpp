@@ -13,7 +13,6 @@
 #include "resources/resource.h"
 #include "settings/MusicSupport.h"
 #include "terminal/Dialogs.h"
-#include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/Taskbar.h"
 #include "terminal/ZoTerm.h"
@@ -307,8 +306,6 @@ INT_PTR OnCommand(HWND dialog, WORD command) {
     terminal.Batch.m_CancelRequested = 1;
     if (terminal.Operation.m_Transfer != 0)
         terminal.Port->StopSend();
-    else if (terminal.Operation.m_RenameDialog)
-        EndDialog(terminal.Operation.m_RenameDialog, 0);
     else
         EndBatch(terminal, CancelledEnding);
     return TRUE;
@@ -350,15 +347,13 @@ void OpenSendFilesDialog(ZoTerm& terminal, bool image) {
 }
 
 void AskForName(ZoTerm& terminal) {
-    const HWND dialog = terminal.Operation.m_ProgressDialog;
     terminal.Operation.m_WantsName = false;
-    const ModalScope scope(terminal);
-    const bool renamed = OpenRenameDialog(terminal);
-    if (!dialog || terminal.Operation.m_ProgressDialog != dialog)
-        return; // the batch has ended meanwhile
-    if (terminal.Batch.m_CancelRequested) {
-        EndBatch(terminal, CancelledEnding);
-    } else if (renamed && terminal.Batch.Rename()) {
+    if (!OpenRenameDialog(terminal))
+        TakeName(terminal, false);
+}
+
+void TakeName(ZoTerm& terminal, bool given) {
+    if (given && terminal.Batch.Rename()) {
         StartCurrent(terminal);
     } else {
         terminal.Batch.RefuseName();
@@ -374,7 +369,7 @@ void LookAtConverter(ZoTerm& terminal) {
 void FinishBatch(ZoTerm& terminal) {
     if (terminal.Closes())
         terminal.After = {};
-    if (terminal.After.summary && !terminal.MayOpenSummary())
+    if (terminal.After.summary && terminal.IsCovered() && !terminal.SummaryIsOpen())
         return;
     if (std::exchange(terminal.After.summary, false)) {
         terminal.After.shown = true;

@@ -2,11 +2,10 @@
 
 #include "base/FileNames.h"
 #include "base/Text.h"
+#include "fileops/SendFilesDialog.h"
 #include "link/codec/DeviceName.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
-#include "terminal/ModalScope.h"
-#include "terminal/Module.h"
 #include "terminal/ZoTerm.h"
 
 #include <cwchar>
@@ -15,13 +14,8 @@ namespace {
 
 constexpr char VersionText[] = "Version 1.0 build 50";
 
-INT_PTR Run(ZoTerm& terminal, WORD dialog, DLGPROC procedure) {
-    const ModalScope scope(terminal);
-    return DialogBoxParamA(ProgramModule, MAKEINTRESOURCEA(dialog), terminal.m_hWnd, procedure, 0);
-}
-
-INT_PTR Close(HWND dialog, INT_PTR result) {
-    EndDialog(dialog, result);
+INT_PTR Close(HWND dialog) {
+    CloseCover(dialog);
     return TRUE;
 }
 
@@ -33,7 +27,7 @@ INT_PTR CALLBACK FieldDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
     case WM_COMMAND:
         switch (LOWORD(wParam)) {
         case IDOK: return Take(dialog);
-        case IDCANCEL: return Close(dialog, 0);
+        case IDCANCEL: return Close(dialog);
         }
     }
     return FALSE;
@@ -54,7 +48,7 @@ INT_PTR OpenTypedPort(HWND dialog) {
     if (!isNumber || !terminal.MayChangeLine())
         return TRUE;
     terminal.OpenPort(static_cast<std::int32_t>(number), terminal.Settings.m_BaudRate);
-    return Close(dialog, 0);
+    return Close(dialog);
 }
 
 INT_PTR InitBaudRate(HWND dialog) {
@@ -70,7 +64,7 @@ INT_PTR SetTypedBaudRate(HWND dialog) {
     const UINT rate = GetDlgItemInt(dialog, IDC_NAME, &isNumber, FALSE);
     const bool taken =
         isNumber && rate > 0 && terminal.MayChangeLine() && terminal.SelectBaudRate(rate);
-    return taken ? Close(dialog, 0) : TRUE;
+    return taken ? Close(dialog) : TRUE;
 }
 
 INT_PTR InitDevice(HWND dialog) {
@@ -86,7 +80,7 @@ INT_PTR SetTypedDevice(HWND dialog) {
     GetDlgItemTextA(dialog, IDC_NAME, terminal.Settings.m_DeviceName,
                     sizeof(terminal.Settings.m_DeviceName));
     terminal.SelectDevice(terminal.Settings.m_DeviceName);
-    return Close(dialog, 0);
+    return Close(dialog);
 }
 
 INT_PTR InitRename(HWND dialog) {
@@ -113,14 +107,22 @@ bool TakeTypedName(HWND dialog) {
     return ValidDeviceName(terminal.Batch.m_DeviceFileName) != 0;
 }
 
+// The batch goes on.
+INT_PTR CloseRename(HWND dialog, bool renamed) {
+    ZoTerm& terminal = TerminalOfDialog(dialog);
+    CloseCover(dialog);
+    TakeName(terminal, renamed);
+    return TRUE;
+}
+
 INT_PTR OnRenameCommand(HWND dialog, WORD command, WORD notification) {
     switch (command) {
     case IDC_NEW_NAME:
         if (notification == EN_CHANGE)
             EnableWindow(GetDlgItem(dialog, IDOK), TakeTypedName(dialog));
         return TRUE;
-    case IDOK: return TakeTypedName(dialog) ? Close(dialog, 1) : TRUE;
-    case IDCANCEL: return Close(dialog, 0);
+    case IDOK: return TakeTypedName(dialog) ? CloseRename(dialog, true) : TRUE;
+    case IDCANCEL: return CloseRename(dialog, false);
     }
     return FALSE;
 }
@@ -144,7 +146,7 @@ INT_PTR InitAbout(HWND dialog) {
 INT_PTR CALLBACK AboutDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
     switch (message) {
     case WM_INITDIALOG: return InitAbout(dialog);
-    case WM_COMMAND: return LOWORD(wParam) == IDOK ? Close(dialog, 0) : FALSE;
+    case WM_COMMAND: return LOWORD(wParam) == IDOK ? Close(dialog) : FALSE;
     }
     return FALSE;
 }
@@ -152,21 +154,21 @@ INT_PTR CALLBACK AboutDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 } // namespace
 
 void OpenPortDialog(ZoTerm& terminal) {
-    Run(terminal, IDD_OPEN_PORT, &FieldDialog<&InitPort, &OpenTypedPort>);
+    OpenCover(terminal, IDD_OPEN_PORT, &FieldDialog<&InitPort, &OpenTypedPort>);
 }
 
 void OpenBaudRateDialog(ZoTerm& terminal) {
-    Run(terminal, IDD_BAUD_RATE, &FieldDialog<&InitBaudRate, &SetTypedBaudRate>);
+    OpenCover(terminal, IDD_BAUD_RATE, &FieldDialog<&InitBaudRate, &SetTypedBaudRate>);
 }
 
 void OpenDeviceDialog(ZoTerm& terminal) {
-    Run(terminal, IDD_SELECT_DEVICE, &FieldDialog<&InitDevice, &SetTypedDevice>);
+    OpenCover(terminal, IDD_SELECT_DEVICE, &FieldDialog<&InitDevice, &SetTypedDevice>);
 }
 
 void OpenAboutDialog(ZoTerm& terminal) {
-    Run(terminal, IDD_ABOUT, &AboutDialog);
+    OpenCover(terminal, IDD_ABOUT, &AboutDialog);
 }
 
 bool OpenRenameDialog(ZoTerm& terminal) {
-    return Run(terminal, IDD_RENAME, &RenameDialog) == 1;
+    return OpenCover(terminal, IDD_RENAME, &RenameDialog) != nullptr;
 }

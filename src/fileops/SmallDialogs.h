@@ -1,7 +1,7 @@
 #pragma once
 
-// The small modal dialogs, each over the middle of its terminal's window. GUI thread; they return
-// when the user has closed them.
+// The small dialogs, each over the middle of its terminal's window, which is disabled until they
+// are closed. GUI thread; the calls return at once.
 
 class ZoTerm;
 
@@ -10,6 +10,6 @@ void OpenBaudRateDialog(ZoTerm& terminal);
 void OpenDeviceDialog(ZoTerm& terminal);
 void OpenAboutDialog(ZoTerm& terminal);
 
-// Asks for a name in place of m_CurrentFile's. True with a valid one in m_DeviceFileName, false
-// when the user does not want to give one.
+// Asks for a name in place of m_CurrentFile's; TakeName gets it in m_DeviceFileName. False when the
+// dialog cannot be shown.
 bool OpenRenameDialog(ZoTerm& terminal);

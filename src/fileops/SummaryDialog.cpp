@@ -9,7 +9,6 @@
 #include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
-#include "terminal/ModalScope.h"
 #include "terminal/Module.h"
 #include "terminal/Placement.h"
 #include "terminal/ZoTerm.h"
@@ -231,7 +230,7 @@ INT_PTR OnDestroy(HWND dialog) {
 INT_PTR OnCommand(HWND dialog, WORD command) {
     if (command != IDOK && command != IDCANCEL)
         return FALSE;
-    EndDialog(dialog, 0);
+    CloseCover(dialog);
     return TRUE;
 }
 
@@ -265,9 +264,6 @@ INT_PTR CALLBACK SummaryDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM 
 void OpenSummaryDialog(ZoTerm& terminal) {
     if (terminal.m_SummaryDialog)
         FillRows(terminal, ListOf(terminal.m_SummaryDialog));
-    else {
-        const ModalScope scope(terminal);
-        DialogBoxParamA(ProgramModule, MAKEINTRESOURCEA(IDD_SUMMARY), terminal.m_hWnd,
-                        &SummaryDialog, 0);
-    }
+    else
+        OpenCover(terminal, IDD_SUMMARY, &SummaryDialog);
 }

@@ -2,6 +2,6 @@
 
 class ZoTerm;
 
-// GUI thread. Lists the outcome of the last batch's files and returns when the user has closed it.
-// One that is open already lists anew instead, and the call returns at once.
+// GUI thread. Lists the outcome of the last batch's files; one that is open already lists anew. The
+// terminal's window is disabled until it is closed. Returns at once.
 void OpenSummaryDialog(ZoTerm& terminal);

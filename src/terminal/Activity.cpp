@@ -64,7 +64,7 @@ void ZoTerm::LookAgain() {
     TakeAnswers();
     LookAtOperation();
     LookAtConverter(*this);
-    if (Operation.m_WantsName && m_ModalDepth == 0)
+    if (Operation.m_WantsName && !IsCovered())
         AskForName(*this);
     if (m_Activity == Activity::Ending && !After.consoleWaits)
         FinishBatch(*this);
@@ -83,13 +83,29 @@ void ZoTerm::EnterModal() {
 // Nothing is done here: the function that ran the loop still works with the terminal.
 void ZoTerm::LeaveModal() {
     --m_ModalDepth;
+    if (m_Covers > 0) // the system's dialog has enabled the window
+        EnableWindow(m_hWnd, FALSE);
     if (m_ModalDepth == 0 && (m_CloseWanted || m_Activity != Activity::Idle))
+        LookLater();
+}
+
+void ZoTerm::EnterCover() {
+    ++m_Covers;
+    EnableWindow(m_hWnd, FALSE);
+}
+
+void ZoTerm::LeaveCover() {
+    --m_Covers;
+    if (m_Covers > 0)
+        return;
+    EnableWindow(m_hWnd, TRUE);
+    if (m_CloseWanted || m_Activity != Activity::Idle)
         LookLater();
 }
 
 // An open dialog comes to the front instead. What still runs is canceled first.
 LRESULT ZoTerm::OnClose() {
-    const bool behindDialog = ModalScope::DialogOnTopIs(*this);
+    const bool behindDialog = m_Covers > 0 || ModalScope::DialogOnTopIs(*this);
     if (behindDialog)
         SetForegroundWindow(GetLastActivePopup(m_hWnd));
     if (behindDialog && m_Activity != Activity::Ending)
@@ -106,7 +122,7 @@ LRESULT ZoTerm::OnClose() {
 
 // The terminal may be gone when this returns.
 void ZoTerm::CloseIfDue() {
-    if (!m_CloseWanted || m_ModalDepth > 0)
+    if (!m_CloseWanted || m_ModalDepth > 0 || m_Covers > 0)
         return;
     const bool waits = m_Activity != Activity::Idle && m_Activity != Activity::Opening;
     if (waits && GetTickCount64() < m_CloseBy)

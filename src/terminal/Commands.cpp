@@ -18,7 +18,7 @@
 
 namespace {
 
-enum class Opens { Nothing, Modal }; // Modal: it runs a modal dialog
+enum class Opens { Nothing, Modal }; // Modal: it runs a modal dialog of the system
 enum class Then { Nothing, Focus };  // Focus: the command box takes the keyboard focus
 
 constexpr WORD FromAccelerator = 1; // in the place of a control's notification
@@ -49,19 +49,20 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
         {CMD_LOAD_MACROS, CMD_LOAD_MACROS, &ZoTerm::LoadMacros, Opens::Modal, Then::Nothing},
         {CMD_SEND_IMAGE, CMD_SEND_IMAGE, &ZoTerm::SendImage, Opens::Modal, Then::Focus},
         {CMD_CONTENTS, CMD_CONTENTS, &ZoTerm::ShowGuide, Opens::Nothing, Then::Nothing},
-        {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout, Opens::Modal, Then::Nothing},
+        {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout, Opens::Nothing, Then::Nothing},
         {CMD_OPTIONS, CMD_OPTIONS, &ZoTerm::ShowOptions, Opens::Nothing, Then::Nothing},
-        {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort, Opens::Modal, Then::Nothing},
+        {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort, Opens::Nothing, Then::Nothing},
         {CMD_FOCUS, CMD_FOCUS, nullptr, Opens::Nothing, Then::Focus},
-        {CMD_SUMMARY, CMD_SUMMARY, &ZoTerm::ShowSummary, Opens::Modal, Then::Nothing},
+        {CMD_SUMMARY, CMD_SUMMARY, &ZoTerm::ShowSummary, Opens::Nothing, Then::Nothing},
         {CMD_DEVICE_DEFAULT, CMD_DEVICE_MP3, &ZoTerm::SelectMenuDevice, Opens::Nothing,
          Then::Nothing},
-        {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, &ZoTerm::ChooseDevice, Opens::Modal, Then::Nothing},
+        {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, &ZoTerm::ChooseDevice, Opens::Nothing,
+         Then::Nothing},
         {CMD_RECEIVE_FILE, CMD_RECEIVE_FILE, &ZoTerm::ReceiveFile, Opens::Modal, Then::Focus},
         {CMD_ARRANGE, CMD_ARRANGE, nullptr, Opens::Nothing, Then::Focus},
         {CMD_BAUD_230400, CMD_BAUD_921600, &ZoTerm::SelectMenuBaudRate, Opens::Nothing,
          Then::Nothing},
-        {CMD_BAUD_OTHER, CMD_BAUD_OTHER, &ZoTerm::ChooseBaudRate, Opens::Modal, Then::Nothing},
+        {CMD_BAUD_OTHER, CMD_BAUD_OTHER, &ZoTerm::ChooseBaudRate, Opens::Nothing, Then::Nothing},
         {CMD_PORT_FOUND, CMD_PORT_FOUND_END, &ZoTerm::OpenFoundPort, Opens::Nothing, Then::Nothing},
         {CMD_FIND, CMD_FIND, &ZoTerm::ShowFindDialog, Opens::Nothing, Then::Nothing},
         {CMD_FIND_NEXT, CMD_FIND_PREVIOUS, &ZoTerm::FindAgain, Opens::Nothing, Then::Nothing},

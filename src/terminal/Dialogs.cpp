@@ -1,6 +1,8 @@
 #include "terminal/Dialogs.h"
 
+#include "terminal/Module.h"
 #include "terminal/Placement.h"
+#include "terminal/ZoTerm.h"
 
 #include <commctrl.h>
 
@@ -50,6 +52,23 @@ void InsertColumns(HWND dialog, LONG at, LONG width) {
 }
 
 } // namespace
+
+HWND OpenCover(ZoTerm& terminal, WORD dialog, DLGPROC procedure) {
+    terminal.EnterCover();
+    const HWND cover =
+        CreateDialogParamA(ProgramModule, MAKEINTRESOURCEA(dialog), terminal.m_hWnd, procedure, 0);
+    if (cover)
+        ShowWindow(cover, SW_SHOW);
+    else
+        terminal.LeaveCover();
+    return cover;
+}
+
+// The window is enabled before the dialog goes: else another program's would become the active one.
+void CloseCover(HWND dialog) {
+    TerminalOfDialog(dialog).LeaveCover();
+    DestroyWindow(dialog);
+}
 
 void MakeRoomBelow(HWND dialog, int control) {
     const HWND upper = GetDlgItem(dialog, control);

@@ -9,6 +9,13 @@ class ZoTerm;
 // The terminal that owns a dialog.
 ZoTerm& TerminalOfDialog(HWND dialog);
 
+// Shows a dialog that its terminal's window is disabled for, as for a modal one, but which runs no
+// message loop of its own: loops end in the reverse order of their beginning, so one terminal's
+// dialog would hold up all whose dialogs are older. Null when it cannot be made. CloseCover closes
+// it, and whoever opened it goes on from there.
+HWND OpenCover(ZoTerm& terminal, WORD dialog, DLGPROC procedure);
+void CloseCover(HWND dialog);
+
 // Moves a dialog over the middle of its terminal's window, or to where it can be seen; it keeps its
 // size.
 void CenterOverTerminal(HWND dialog);

@@ -30,8 +30,9 @@ bool IsStrayEnter(HWND dialog, const MSG& message) {
 // A message that the accelerators took still reaches its own window, but makes no character.
 // Dialogs get their keys: Tab, Enter, Esc.
 void CarryOut(MSG& message) {
-    const bool taken = TranslateAcceleratorA(Dispatcher, Accelerators, &message) != 0;
     const HWND dialog = ActiveDialog();
+    const bool covers = dialog && !IsWindowEnabled(GetParent(dialog)); // no commands behind it
+    const bool taken = !covers && TranslateAcceleratorA(Dispatcher, Accelerators, &message) != 0;
     if (dialog && (IsStrayEnter(dialog, message) || IsDialogMessageA(dialog, &message)))
         return;
     if (!taken)

@@ -2,7 +2,7 @@
 
 class ZoTerm;
 
-// Stands in every function that runs a message loop on behalf of a terminal: a modal dialog, or a
+// Is in every function that runs a message loop on behalf of a terminal: a dialog of the system, or a
 // wait. As long as one stands, functions of the terminal are on the stack below that loop, so the
 // terminal is not destroyed, whatever a person or another program asks. GUI thread.
 class ModalScope {

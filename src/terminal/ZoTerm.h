@@ -103,10 +103,14 @@ public:
     bool Closes() const { return m_CloseWanted; }
     bool MayChangeLine() const { return !OperationRuns(); } // port, rate, device
     void LookLater(); // posts a look at what waits: see LookAgain
-    bool MayOpenSummary() const { return m_ModalDepth == 0 || m_SummaryDialog; }
+    bool IsCovered() const {
+        return !IsWindowEnabled(m_hWnd);
+    } // by a dialog that is to be answered
     bool SummaryIsOpen() const { return m_SummaryDialog != nullptr; }
     void EnterModal(); // ModalScope's
     void LeaveModal();
+    void EnterCover(); // OpenCover's
+    void LeaveCover();
 
     // Command lines (CommandLines.cpp). They go to the end of the port's queue; what comes of a
     // line depends on its tag. False when the port is closed or its queue is full.
@@ -366,6 +370,7 @@ private:
 
     Activity m_Activity = Activity::Idle;
     int m_ModalDepth = 0;        // message loops below which functions of the terminal stand
+    int m_Covers = 0;            // dialogs over the window that run no loop
     bool m_CloseWanted = false;  // as soon as that can be
     std::uint64_t m_CloseBy = 0; // GetTickCount64: an operation that runs is not waited for longer
     bool m_Watches = false;      // the watch timer runs

@@ -77,32 +77,33 @@ TEST_F(OperationTest, EndOfABatchLastsUntilItsSummaryIsClosed) {
     }
 }
 
-// The other terminal's dialog runs within the loop of the first one's.
-TEST_F(OperationTest, CloseWaitsForTheDialogOfAnotherTerminal) {
+// Its batch goes on, its summary shows, and it closes, while the other one's dialog stays open.
+TEST_F(OperationTest, NoTerminalWaitsForTheDialogOfAnother) {
     StartWithDevice();
     terminal->Settings.m_AskBeforeSendWrongFile = 1;
+    terminal->Settings.m_DisplaySummary = 1;
     const HWND window = terminal->m_hWnd;
     Command(CMD_NEW_WINDOW);
     const std::vector<HWND> both = TerminalWindows();
     ASSERT_EQ(both.size(), 2U);
     const HWND other = both[both[0] == window];
-    HWND rename = nullptr;
+    HWND about = nullptr;
     const auto ask = [&](HWND dialog) {
-        rename = dialog;
-        PostMessageA(other, WM_COMMAND, CMD_ABOUT, 0);
-    };
-    const auto about = [&](HWND dialog) {
-        SetDlgItemTextA(rename, IDC_NEW_NAME, "good");
-        SendMessageA(rename, WM_COMMAND, IDOK, 0);
-        SendMessageA(window, WM_CLOSE, 0, 0);
-        EXPECT_FALSE(WaitUntil([&] { return !IsWindow(window); }, 3500))
-            << "its functions still run";
+        SendMessageA(other, WM_COMMAND, CMD_ABOUT, 0);
+        about = GetLastActivePopup(other);
+        EXPECT_FALSE(IsWindowEnabled(other));
+        SetDlgItemTextA(dialog, IDC_NEW_NAME, "good");
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     };
-    const ModalScript dialogs({{"Enter new file name", ask}, {"About Console", about}});
+    const ModalScript dialogs({{"Enter new file name", ask}, {"Sent status", Press(IDOK)}});
     EXPECT_EQ(HandOver(Packed({File("a name", "1")})), 1);
-    EXPECT_TRUE(WaitUntil([&] { return dialogs.Done() && !IsWindow(window); }));
-    EXPECT_TRUE(IsWindow(other));
+    EXPECT_TRUE(WaitUntil([&] { return dialogs.Done(); }) && Ended());
+    EXPECT_EQ(Stored("default\\good"), "1");
+    SendMessageA(window, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(WaitUntil([&] { return !IsWindow(window); }));
+    EXPECT_TRUE(IsWindowVisible(about));
+    SendMessageA(about, WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(IsWindowEnabled(other));
 }
 
 TEST_F(OperationTest, SilentDeviceHoldsNobodyAndLinesKeepTheirOrder) {

@@ -101,5 +101,6 @@ TEST_F(LoopTest, TransferGoesOn) {
                                   PostMessageA(dialog, WM_COMMAND, IDOK, 0);
                               }}});
     Command(CMD_ABOUT);
+    EXPECT_TRUE(WaitUntil([&] { return about.Done(); }));
     ExpectSent();
 }
