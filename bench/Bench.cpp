@@ -203,6 +203,27 @@ void MeasureTransfers() {
     Row("bytes that came back wrong", folder.Read("y") == folder.Read("x") ? 0 : 1, "files", 0);
 }
 
+// At this rate it is the pauses that take the time, not the line.
+void MeasureFastReceive() {
+    const ComPair pair = ReadComPair();
+    const TestFolder folder;
+    folder.Write("device\\a\\x", RandomBytes(100 << 10, 1));
+    const Process device("ZorbelSim.exe", "--port " + pair.device + " --pace 921600 --files \"" +
+                                              folder.Path("device") + "\"");
+    const std::unique_ptr<ComPort, void (*)(ComPort*)> port(CreateComPort(), &DestroyComPort);
+    port->Open(pair.ProgramPath().c_str(), 921600, 4096);
+    WaitUntil([&] { return port->SendCommand("ver"); });
+    double took[2] = {};
+    for (const bool fast : {false, true}) {
+        port->SetFast(fast);
+        took[fast] = TransferSeconds(
+            *port, [&] { return port->StartReceive(folder.Path("y").c_str(), "/a/x"); });
+    }
+    Row("receive of 100 KB at 921600 bit/s", took[false], "s", NoBound);
+    Row("the same with FastTransfers: time against without", took[true] / took[false], "times",
+        0.25);
+}
+
 void MeasureCrc() {
     const std::string bytes = RandomBytes(16 << 20, 1);
     const double start = Seconds();
@@ -227,6 +248,7 @@ constexpr Measure Measures[] = {
     {"command", false, [](bool) { MeasureRoundTrip(); }},
     {"crc", false, [](bool) { MeasureCrc(); }},
     {"transfer", false, [](bool) { MeasureTransfers(); }},
+    {"fastreceive", false, [](bool) { MeasureFastReceive(); }},
     {"start", true, [](bool) { MeasureStart(); }},
     {"idle", true, [](bool) { MeasureIdle(); }},
     {"answers", true, [](bool) { MeasureAnswers(); }},
