@@ -91,7 +91,8 @@ bool SerialPort::FinishRead(std::uint8_t* bytes, std::size_t room, std::size_t& 
     return ReadQueued(bytes, room, count) && StartRead();
 }
 
-// Appends what the driver already has; such a read waits for nothing.
+// Appends what the driver already has; such a read waits for nothing, unless the line has gone
+// meanwhile and took the bytes along.
 bool SerialPort::ReadQueued(std::uint8_t* bytes, std::size_t room, std::size_t& count) {
     DWORD errors = 0;
     COMSTAT status = {};
@@ -105,6 +106,8 @@ bool SerialPort::ReadQueued(std::uint8_t* bytes, std::size_t room, std::size_t& 
     if (!ReadFile(m_Port, bytes + count, wanted, nullptr, &m_Read) &&
         GetLastError() != ERROR_IO_PENDING)
         return Fail();
+    if (WaitForSingleObject(m_Read.hEvent, LongestQueuedRead) != WAIT_OBJECT_0)
+        CancelIoEx(m_Port, &m_Read);
     if (!GetOverlappedResult(m_Port, &m_Read, &read, TRUE))
         return Fail();
     count += read;
@@ -120,10 +123,10 @@ bool SerialPort::StartWrite(std::size_t count) {
 bool SerialPort::FinishWrite() {
     DWORD written = 0;
     if (!GetOverlappedResult(m_Port, &m_Write, &written, TRUE))
-        return Fail();
+        return FailWrite();
     if (written == 0) {
-        m_Error = ERROR_DEVICE_NOT_CONNECTED;
-        return false;
+        SetLastError(ERROR_DEVICE_NOT_CONNECTED);
+        return FailWrite();
     }
     const auto done = std::min<std::size_t>(written, m_WriteCount);
     m_WriteStart += done;
@@ -140,13 +143,19 @@ bool SerialPort::WritePart() {
     if (!WriteFile(m_Port, m_WriteBuffer.data() + m_WriteStart, static_cast<DWORD>(m_WriteCount),
                    nullptr, &m_Write) &&
         GetLastError() != ERROR_IO_PENDING)
-        return Fail();
+        return FailWrite();
     return true;
 }
 
 bool SerialPort::Fail() {
     m_Error = GetLastError();
     return false;
+}
+
+// No write is under way then: the end of one that did not begin would never come.
+bool SerialPort::FailWrite() {
+    m_WriteCount = 0;
+    return Fail();
 }
 
 } // namespace sim

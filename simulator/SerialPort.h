@@ -47,12 +47,14 @@ public:
 private:
     static constexpr int MostEmptyReads = 10; // in a row, until the port counts as gone
     static constexpr DWORD EmptyReadPause = 20;
+    static constexpr DWORD LongestQueuedRead = 1000; // ms
 
     bool Configure(std::uint32_t baud);
     bool StartRead();
     bool ReadQueued(std::uint8_t* bytes, std::size_t room, std::size_t& count);
     bool WritePart();
     bool Fail();
+    bool FailWrite();
 
     HANDLE m_Port = INVALID_HANDLE_VALUE;
     DWORD m_Error = ERROR_SUCCESS;
