@@ -3,8 +3,8 @@
 // what the process uses after the first five minutes, at times, and at the end, and ends with 1
 // when that has grown or a file arrived wrong.
 
+#include "bench/Crowd.h"
 #include "bench/Usage.h"
-#include "rig/Crowd.h"
 #include "rig/SystemObjects.h"
 #include "rig/Terminal.h"
 #include "shell/Dispatcher.h"

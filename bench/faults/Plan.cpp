@@ -172,6 +172,10 @@ Plan DrawPlan(std::uint32_t seed) {
     DrawSettings(dice, plan);
     for (std::uint32_t left = dice.From(1, 4); left > 0; --left)
         plan.lines.emplace_back(Choose(dice, lines));
+    if (dice.OneIn(15)) {
+        plan.device.hostile = dice.From(1, 1000000);
+        plan.lies = true;
+    }
     return plan;
 }
 
@@ -206,6 +210,7 @@ std::string Describe(const Plan& plan) {
           std::pair(plan.fast, "fast"), std::pair(plan.asksForNames, "asks for names"),
           std::pair(plan.showsSummary, "summary"), std::pair(plan.showsProgress, "progress"),
           std::pair(plan.dropsOldest, "drops oldest"),
+          std::pair(plan.device.hostile != 0, "hostile"),
           std::pair(plan.device.asksByNumber, "by number")})
         text += set ? std::string(", ") + name : std::string();
     text += ", image blocks of " + std::to_string(plan.imageBlock) + ", replies after " +

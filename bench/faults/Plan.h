@@ -59,7 +59,7 @@ struct Plan {
     bool lies = false;            // a fault makes the device say that it has what it has not
 
     // Nothing disturbs the work: all of it must succeed.
-    bool Harmless() const { return script.empty() && deeds.empty(); }
+    bool Harmless() const { return script.empty() && deeds.empty() && !device.hostile; }
 
     // The batch ends as it begins.
     bool NamesNothing() const;

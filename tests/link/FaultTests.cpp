@@ -95,33 +95,3 @@ TEST(Transfer, EachFaultOfAReceiveEndsAsItMust) {
         EXPECT_EQ(Count(line.ToDevice(), control), fault.requests);
     });
 }
-
-TEST(Transfer, NoiseNeverMakesAWrongFileThatIsCalledGood) {
-    const struct {
-        const char* script;
-        bool sends;
-    } cases[] = {
-        {"1 lose 1 1", true},    {"1 damage 1 2", true},  {"1 repeat 1 3", true},
-        {"1 damage 4 4", true},  {"1 lose 1 5", false},   {"1 damage 1 6", false},
-        {"1 repeat 1 7", false}, {"1 damage 3 8", false}, {"1 lose 2 9", true},
-        {"1 repeat 2 10", true}, {"1 lose 30 11", false}, {"1 damage 100 12", true},
-    };
-    const std::string content = RandomBytes(3000, 11);
-    int good = 0;
-    std::size_t next = 0;
-    const auto start = [&](DeviceLine& line) {
-        const bool sends = cases[next++].sends;
-        return sends ? line.StartSend(content) : line.StartReceive(content);
-    };
-    OnEveryLine(cases, start, [&](DeviceLine& line, const auto& noise) {
-        const DWORD status = line.End(120000).Status;
-        EXPECT_TRUE(status == 0 || status == ERROR_CANCELLED) << status;
-        const std::string file = noise.sends ? line.Stored() : line.Received();
-        // A send that failed may have lost only the last reply.
-        EXPECT_TRUE(file == content || (status != 0 && file.empty())) << file.size();
-        good += status == 0;
-        EXPECT_TRUE(WaitUntil(
-            [&] { return line.port->SendCommand("ver") || (line.port->SendCommand("c"), false); }));
-    });
-    EXPECT_GE(good, 6) << "the protocol should get over a little noise";
-}

@@ -1,39 +1,11 @@
-// As many terminals as there may be, all busy, and a person who uses the windows meanwhile.
+// Somebody uses the window while a file goes over.
 
-#include "rig/Crowd.h"
-#include "rig/Pinger.h"
 #include "tests/fileops/OperationTest.h"
 
 namespace {
 
-constexpr int MostTerminals = 20;
-constexpr std::size_t FileSize = 24 << 10;
-constexpr DWORD LongestCrowd = 120000; // ms
-
-class CrowdTest : public OperationTest {};
-
-} // namespace
-
-TEST_F(CrowdTest, TwentyTerminalsSendAndReceiveAtOnce) {
-    Start();
-    Crowd crowd(folder, AllComPairs(MostTerminals));
-    crowd.Assign(2, FileSize);
-    DWORD slowest = 0;
-    {
-        const Pinger pinger(crowd.FirstWindow());
-        EXPECT_TRUE(WaitUntil([&] { return crowd.AllDone(); }, LongestCrowd));
-        slowest = pinger.Slowest();
-    }
-    EXPECT_LT(slowest, 3000U);
-    EXPECT_EQ(crowd.WrongFiles(), 0);
-    crowd.Close();
-    EXPECT_TRUE(WaitUntil([] { return TerminalWindows().empty(); }));
-}
-
-namespace {
-
 // Sends a file while a modal loop runs, and leaves that once the transfer is over.
-class LoopTest : public CrowdTest {
+class LoopTest : public OperationTest {
 protected:
     void Send() {
         folder.Write("device\\default\\x", "");

@@ -1,4 +1,4 @@
-#include "rig/Crowd.h"
+#include "bench/Crowd.h"
 
 #include "base/Text.h"
 #include "fileops/ReceiveFileDialog.h"
