@@ -62,12 +62,13 @@ bool ComPort::AwaitsResults() {
 }
 
 bool ComPort::SendCommand(const char* line) {
-    return Ask(line, nullptr, false);
+    LineFate fate;
+    return Ask(line, nullptr, false, fate);
 }
 
 // SendCommand for a line that is taken back when the event `giveUp` is set before its turn.
 // `entersRaw`: once it is accepted, no line but a worker's goes out any more.
-bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw, bool* answered) {
+bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw, LineFate& fate) {
     const OwnedHandle done(CreateEventA(nullptr, TRUE, FALSE, nullptr));
     QueuedLine* const queued = done ? LineQueue::Make(line, std::strlen(line), 0) : nullptr;
     if (!queued)
@@ -81,18 +82,30 @@ bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw, bool* answere
         !TakeBack(queued))
         WaitForSingleObject(done.get(), INFINITE);
     const bool accepted = queued->accepted;
-    if (answered)
-        *answered = queued->answered;
+    fate = {queued->sent, queued->answered};
     LineQueue::Free(queued);
     return accepted;
 }
 
-// For the line that a transfer begins with.
+// For the line that a transfer begins with. A device that is still at an earlier one would take the
+// line for a part of that file, and ask on as if it had accepted it.
 bool ComPort::AskForTransfer(const char* line, HANDLE giveUp, bool entersRaw) {
-    bool answered = false;
-    const bool accepted = Ask(line, giveUp, entersRaw, &answered);
-    m_TransferRefused = answered && !accepted;
+    if (m_DeviceMayTransfer)
+        EndAtDevice();
+    LineFate fate;
+    const bool accepted = Ask(line, giveUp, entersRaw, fate);
+    m_TransferRefused = fate.answered && !accepted;
+    if (fate.sent)
+        m_DeviceMayTransfer = !fate.answered && m_DeviceReplied;
     return accepted;
+}
+
+// Ends the device's part of a transfer, if it has not given up already.
+void ComPort::EndAtDevice() {
+    LineFate fate;
+    Ask("c\n", nullptr, false, fate);
+    if (fate.sent)
+        m_DeviceMayTransfer = !fate.answered && m_DeviceReplied;
 }
 
 bool ComPort::TakeBack(QueuedLine* line) {
@@ -151,6 +164,7 @@ bool ComPort::Exchange(QueuedLine& line) {
 bool ComPort::SendAndAwait(QueuedLine& line, const std::uint8_t* wire, std::size_t length) {
     AwaitAnswer();
     const bool written = WriteWithin(wire, static_cast<std::uint32_t>(length), CommandTimeout);
+    line.sent = written;
     if (wire[0] == '\n') {
         TakeCommandAnswer(line);
         return true;
@@ -182,5 +196,7 @@ bool ComPort::TakeCommandAnswer(QueuedLine& line) {
     line.answered = m_CommandAnswer != AnswerPending;
     m_CommandAnswer = AnswerNone;
     m_AnswerAwaited = false;
+    if (accepted)
+        m_DeviceMayTransfer = false; // its console answers
     return accepted;
 }

@@ -184,6 +184,12 @@ private:
         std::uint32_t number;
     };
 
+    // How far a worker's line has come.
+    struct LineFate {
+        bool sent = false;
+        bool answered = false;
+    };
+
     // What the reader thread keeps from chunk to chunk.
     struct Reader {
         std::unique_ptr<std::uint8_t[]> chunk; // grows to the largest one
@@ -239,7 +245,8 @@ private:
     bool TakeBack(QueuedLine* line);
     QueuedLine* NextLine();
     void FinishLine(QueuedLine* line, bool accepted);
-    bool Ask(const char* line, HANDLE giveUp, bool entersRaw, bool* answered = nullptr);
+    bool Ask(const char* line, HANDLE giveUp, bool entersRaw, LineFate& fate);
+    void EndAtDevice();
     bool AskForTransfer(const char* line, HANDLE giveUp, bool entersRaw);
     bool Exchange(QueuedLine& line);
     bool SendAndAwait(QueuedLine& line, const std::uint8_t* wire, std::size_t length);
@@ -314,7 +321,8 @@ private:
     HANDLE m_ReplyEvent = nullptr;
     std::uint32_t m_ReplyState = ReplyNone;
     std::uint32_t m_RequestedBlock = 0;
-    bool m_DeviceRestarted = false; // since the send forgot earlier replies
+    std::atomic<bool> m_DeviceReplied{false};   // since the send forgot earlier replies
+    std::atomic<bool> m_DeviceRestarted{false}; // since then
     HANDLE m_CancelSendEvent = nullptr;
     TransferInfo m_Info = {ERROR_INVALID_HANDLE, 0, 0, 0, 0};
     std::uint8_t* m_InBuffer = nullptr;
@@ -363,6 +371,7 @@ private:
     std::atomic<std::uint32_t> m_LineSpeed{0}; // bits per second
     std::atomic<bool> m_TransferRuns{false};
     std::atomic<bool> m_TransferRefused{false};
+    std::atomic<bool> m_DeviceMayTransfer{false}; // its replies came, but no answer
     std::atomic<bool> m_Fast{false};
     std::atomic<bool> m_AnswerAwaited{false};
     std::atomic<bool> m_TextNoticeWaits{false};

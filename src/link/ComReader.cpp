@@ -242,6 +242,7 @@ void ComPort::HandleLines(const std::uint8_t* bytes, std::uint32_t count, const 
 void ComPort::CompleteLine(bool current) {
     const Reply reply = RecognizeReply(m_Line.text, m_Line.length);
     if (reply.state != ReplyNone && current) {
+        m_DeviceReplied = true;
         if (reply.state == ReplySend) {
             m_RequestedBlock = reply.block;
             TakeAnswer(AnswerAccepted); // whoever asks for a block has taken the command

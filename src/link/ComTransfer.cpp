@@ -28,6 +28,7 @@ bool ComPort::BeginTransfer() {
     m_RequestedBlock = 0;
     m_ReceiveAbort = 0;
     m_TransferRefused = false;
+    m_DeviceReplied = false;
     for (const HANDLE event : {m_CancelSendEvent, m_ReplyEvent, m_DataEvent, m_AbortWaitsEvent})
         ResetEvent(event);
     SetEvent(m_EndGatheringEvent);

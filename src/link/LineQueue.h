@@ -21,6 +21,7 @@ struct QueuedLine {
     std::uint32_t tag = 0;
     HANDLE done = nullptr;  // of a worker's line: set at its end, and the worker frees the line
     bool entersRaw = false; // once it is accepted, the line carries packets
+    bool sent = false;
     bool accepted = false;
     bool answered = false;
     std::size_t length = 0;

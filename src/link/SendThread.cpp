@@ -139,7 +139,7 @@ DWORD ComPort::SendFile() {
         return ERROR_BAD_COMMAND;
     if (SendBlocks())
         return ERROR_SUCCESS;
-    SendCommand("c\n"); // the device may have given up already
+    EndAtDevice();
     return ERROR_CANCELLED;
 }
 
@@ -147,6 +147,7 @@ DWORD ComPort::SendFile() {
 void ComPort::ForgetReply() {
     const InputLock lock(*this);
     m_ReplyState = ReplyCancel;
+    m_DeviceReplied = false;
     m_DeviceRestarted = false;
     ResetEvent(m_ReplyEvent);
 }
@@ -165,6 +166,8 @@ bool ComPort::SendBlocks() {
             continue;
         if (step == SendStep::Cancel)
             return false;
+        if (step == SendStep::Finish && reply == ReplyAck && m_DeviceRestarted)
+            return false; // its banner is no reply to the last block
         if (step == SendStep::Finish) {
             ShowProgress(block, cursor.offset, cursor.errors);
             return true;
@@ -195,14 +198,13 @@ bool ComPort::WaitReply() {
 }
 
 // The next reply and the block that the device asked for last. ReplyCancel when the send is
-// canceled, no reply comes within ReplyTimeout, or the device has restarted: it knows nothing of
-// the file then, and its banner is no reply to a block.
+// canceled, or no reply comes within ReplyTimeout.
 ReplyState ComPort::WaitReplyTimed(std::uint32_t& block) {
     const HANDLE either[] = {m_CancelSendEvent, m_ReplyEvent};
     const bool replied =
         WaitForMultipleObjects(2, either, FALSE, ReplyTimeout) == WAIT_OBJECT_0 + 1;
     const InputLock lock(*this);
-    if (!replied || m_DeviceRestarted)
+    if (!replied)
         m_ReplyState = ReplyCancel;
     block = m_RequestedBlock;
     return static_cast<ReplyState>(m_ReplyState);

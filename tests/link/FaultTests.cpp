@@ -95,3 +95,17 @@ TEST(Transfer, EachFaultOfAReceiveEndsAsItMust) {
         EXPECT_EQ(Count(line.ToDevice(), control), fault.requests);
     });
 }
+
+// The device has taken the first command, though its answer got lost, and waits for that file.
+TEST(Transfer, FileBehindAnUnansweredCommandIsNotTakenForTheOneBefore) {
+    DeviceLine line(ReadComPair(), "1 unanswered");
+    ASSERT_TRUE(line.StartSend(std::string(700, '1')));
+    EXPECT_EQ(line.End().Status, DWORD{ERROR_BAD_COMMAND});
+    line.folder.Write("y.bin", std::string(700, '2'));
+    ASSERT_TRUE(
+        line.port->StartSend("a", line.folder.Path("y.bin").c_str(), nullptr, SendModeFile, 0));
+    EXPECT_EQ(line.End().Status, 0U);
+    line.ExpectUsable();
+    EXPECT_EQ(line.Stored(), "");
+    EXPECT_EQ(line.folder.Read("device\\a\\y.bin"), std::string(700, '2'));
+}
