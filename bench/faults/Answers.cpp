@@ -11,7 +11,7 @@ constexpr DWORD LookPeriod = 5000; // ms after which the windows are looked for 
 
 } // namespace
 
-Answers::Answers(std::vector<Pilot>& pilots) : m_Thread([this, &pilots] { Ask(pilots); }) {}
+Answers::Answers(std::deque<Pilot>& pilots) : m_Thread([this, &pilots] { Ask(pilots); }) {}
 
 Answers::~Answers() {
     m_Ends = true;
@@ -19,7 +19,7 @@ Answers::~Answers() {
 }
 
 // A window that is gone answers nothing and does not count.
-void Answers::Ask(std::vector<Pilot>& pilots) {
+void Answers::Ask(std::deque<Pilot>& pilots) {
     std::vector<HWND> windows;
     ULONGLONG looked = 0;
     for (std::size_t turn = 0; !m_Ends; ++turn) {

@@ -5,6 +5,7 @@
 #include "bench/faults/Pilot.h"
 
 #include <atomic>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -12,7 +13,7 @@
 
 class Answers {
 public:
-    explicit Answers(std::vector<Pilot>& pilots);
+    explicit Answers(std::deque<Pilot>& pilots);
     ~Answers();
     Answers(const Answers&) = delete;
     Answers& operator=(const Answers&) = delete;
@@ -21,7 +22,7 @@ public:
     std::string Describe() const;
 
 private:
-    void Ask(std::vector<Pilot>& pilots);
+    void Ask(std::deque<Pilot>& pilots);
 
     mutable std::mutex m_Lock;
     std::vector<double> m_Times; // ms

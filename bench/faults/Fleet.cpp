@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <deque>
 #include <mutex>
 #include <thread>
 
@@ -107,7 +108,7 @@ private:
     }
 
     const TestFolder& m_Folder;
-    std::vector<Pilot> m_Pilots;
+    std::deque<Pilot> m_Pilots;
     const int m_Runs;
     const std::uint32_t m_Seed;
     std::atomic<int> m_Next{0};

@@ -17,40 +17,30 @@ namespace {
 
 constexpr UINT Patience = 60000; // ms for the answer to a sent message
 
-// GUI thread. Null: the slot is free.
-ZoTerm* TerminalIn(std::uint16_t slot) {
-    for (const HWND window : TerminalWindows())
-        if (TerminalOf(window).m_Slot == slot)
-            return &TerminalOf(window);
-    return nullptr;
-}
-
 LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     DWORD_PTR answer = 0;
     SendMessageTimeoutA(window, message, wParam, lParam, SMTO_NORMAL, Patience, &answer);
     return static_cast<LRESULT>(answer);
 }
 
-struct DialogSearch {
-    HWND owner;
-    std::vector<HWND> dialogs;
-};
-
-BOOL CALLBACK CollectDialog(HWND window, LPARAM parameter) {
-    auto& search = *reinterpret_cast<DialogSearch*>(parameter);
-    char name[32];
-    if (GetClassNameA(window, name, sizeof(name)) && std::string(name) == "#32770" &&
-        IsWindowVisible(window) && GetWindow(window, GW_OWNER) == search.owner)
-        search.dialogs.push_back(window);
-    return TRUE;
-}
-
 } // namespace
+
+// GUI thread, which has enough to do without looking for the window each time. Null: the slot is
+// free.
+ZoTerm* Pilot::Terminal() {
+    if (IsWindow(m_Window) && TerminalOf(m_Window).m_Slot == m_Slot)
+        return &TerminalOf(m_Window);
+    m_Window = nullptr;
+    for (const HWND window : TerminalWindows())
+        if (TerminalOf(window).m_Slot == m_Slot)
+            m_Window = window;
+    return m_Window ? &TerminalOf(m_Window) : nullptr;
+}
 
 bool Pilot::OnTerminal(const std::function<void(ZoTerm&)>& function) {
     const auto there = std::make_shared<bool>(false);
     OnGui([this, function, there] {
-        ZoTerm* const terminal = TerminalIn(m_Slot);
+        ZoTerm* const terminal = Terminal();
         *there = terminal != nullptr;
         if (terminal)
             function(*terminal);
@@ -61,7 +51,7 @@ bool Pilot::OnTerminal(const std::function<void(ZoTerm&)>& function) {
 bool Pilot::Look(View& view) {
     view = {};
     return OnGui([&] {
-        ZoTerm* const terminal = TerminalIn(m_Slot);
+        ZoTerm* const terminal = Terminal();
         if (!terminal)
             return;
         view.window = terminal->m_hWnd;
@@ -75,8 +65,9 @@ bool Pilot::Look(View& view) {
 
 HWND Pilot::Window() {
     View view;
-    Look(view);
-    return view.window;
+    if (!IsWindow(m_Window))
+        Look(view);
+    return m_Window;
 }
 
 // Others open theirs at the same time, and the first free slot is filled first. The settings that a
@@ -86,7 +77,7 @@ bool Pilot::Open() {
     bool opened = false;
     for (int i = 0; i < 20 && !there; ++i)
         if (!OnGui([&] {
-                there = TerminalIn(m_Slot) != nullptr;
+                there = Terminal() != nullptr;
                 if (there)
                     return;
                 const std::string key = "\\Instance" + std::to_string(TerminalWindows().size());
@@ -209,9 +200,11 @@ std::string Pilot::Text() {
     return pane ? TextOf(pane) : std::string();
 }
 
-std::vector<HWND> Pilot::Dialogs() {
-    DialogSearch search = {Window(), {}};
-    if (search.owner)
-        EnumWindows(&CollectDialog, reinterpret_cast<LPARAM>(&search));
-    return search.dialogs;
+std::vector<HWND> DialogsOver(HWND owner) {
+    std::vector<HWND> dialogs;
+    HWND dialog = nullptr;
+    while (owner && (dialog = FindWindowExA(nullptr, dialog, "#32770", nullptr)) != nullptr)
+        if (GetWindow(dialog, GW_OWNER) == owner && IsWindowVisible(dialog))
+            dialogs.push_back(dialog);
+    return dialogs;
 }

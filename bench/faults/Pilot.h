@@ -8,6 +8,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -66,13 +67,15 @@ public:
     TransferInfo Transfer();
     std::string Text(); // the output pane's
 
-    // The visible dialogs that belong to the terminal.
-    std::vector<HWND> Dialogs();
-
 private:
+    ZoTerm* Terminal();
     bool OnTerminal(const std::function<void(ZoTerm&)>& function);
     HWND Window();
 
     ComPair m_Pair;
     std::uint16_t m_Slot;
+    std::atomic<HWND> m_Window{nullptr}; // that it had last
 };
+
+// The visible dialogs of a window.
+std::vector<HWND> DialogsOver(HWND owner);

@@ -174,12 +174,11 @@ bool Run::Watch() {
         for (; next < m_Plan.deeds.size() && m_Start + m_Plan.deeds[next].at <= now && !m_Closed;
              ++next)
             Do(m_Plan.deeds[next]);
-        Tend();
         View view;
         if (!m_Pilot.Look(view))
             return Fail("the window does not answer");
-        if (m_Closed ||
-            (next == m_Plan.deeds.size() && view.idle && !view.awaits && m_Pilot.Dialogs().empty()))
+        const bool quiet = Tend(view) && view.idle && !view.awaits;
+        if (m_Closed || (next == m_Plan.deeds.size() && quiet))
             return true;
         if (!canceled && now > m_Start + m_Plan.patience) {
             Note("cancel, at the end of patience");
@@ -252,16 +251,16 @@ void Run::Unplug(bool device, DWORD time) {
     Note("plugged in");
 }
 
-// Dialogs that came are answered. Those in a deed's name stay for a while.
-void Run::Tend() {
-    View view;
-    m_Pilot.Look(view);
-    for (const HWND dialog : m_Pilot.Dialogs()) {
+// Dialogs that came are answered, after a while. True when there is none.
+bool Run::Tend(const View& view) {
+    const std::vector<HWND> dialogs = DialogsOver(view.window);
+    for (const HWND dialog : dialogs) {
         const sim::Millis now = sim::CounterMillis();
         const sim::Millis since = m_Seen.emplace(dialog, now).first->second;
         if (dialog != view.progress && now >= since + DialogTime + m_Plan.seed % 700)
             TendDialog(dialog);
     }
+    return dialogs.empty();
 }
 
 void Run::TendDialog(HWND dialog) {
@@ -288,7 +287,7 @@ bool Run::WaitClosed() {
             return true;
         if (sim::CounterMillis() > end)
             return Fail("the window does not close");
-        Tend();
+        Tend(view);
         Sleep(10 * Look);
     }
 }
@@ -394,10 +393,9 @@ bool Run::Connected() {
 bool Run::WaitIdle(DWORD limit) {
     const sim::Millis end = sim::CounterMillis() + limit;
     for (;;) {
-        Tend();
         View view;
         m_Pilot.Look(view);
-        if (view.idle && !view.awaits && m_Pilot.Dialogs().empty())
+        if (Tend(view) && view.idle && !view.awaits)
             return true;
         if (sim::CounterMillis() > end)
             return false;

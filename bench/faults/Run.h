@@ -44,7 +44,7 @@ private:
     bool Watch();
     void Do(const PlannedDeed& deed);
     void Unplug(bool device, DWORD time);
-    void Tend();
+    bool Tend(const View& view);
     void TendDialog(HWND dialog);
     bool WaitClosed();
     bool NeverEnds(const View& view, sim::Millis since);
