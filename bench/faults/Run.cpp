@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
 
 namespace {
 
 constexpr DWORD Look = 25;               // ms between two looks
 constexpr DWORD LongestCancel = 15000;   // ms from a cancel to the end of the operation
+constexpr DWORD Silence = 300;           // ms
 constexpr DWORD LongestReturn = 15000;   // ms until a port is back
 constexpr DWORD ChosenAgain = 5000;      // ms until it is chosen again
 constexpr DWORD LongestQueue = 60000;    // ms for the lines that wait
@@ -360,6 +362,8 @@ bool Run::JudgeReceived() {
 bool Run::ComeBack() {
     Note("come back");
     SwitchOff();
+    if (m_Plan.device.hostile)
+        AwaitSilence();
     if (!m_Pilot.Open())
         return Fail("no new window opens");
     SwitchOn({}, {});
@@ -368,6 +372,16 @@ bool Run::ComeBack() {
     usual.showsProgress = true;
     return Connected() && (WaitIdle(LongestQueue) || Fail("lines wait for ever")) &&
            m_Pilot.Configure(usual);
+}
+
+// What is still on the line might be taken for an answer of the good device.
+void Run::AwaitSilence() {
+    const std::string& port = m_Pilot.Pair().program;
+    std::optional<std::uint64_t> before;
+    for (auto now = DeliveredBytes(port); now != before; now = DeliveredBytes(port)) {
+        before = now;
+        Sleep(Silence);
+    }
 }
 
 bool Run::Connected() {

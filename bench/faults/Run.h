@@ -55,6 +55,7 @@ private:
     bool JudgeReceived();
 
     bool ComeBack();
+    void AwaitSilence();
     bool Connected();
     bool TryLine();
     bool TrySend();
