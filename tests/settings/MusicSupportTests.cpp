@@ -140,9 +140,9 @@ TEST_F(MusicTest, KeyThatCannotBeOpenedGivesDefaultsWithoutTheIniAndSavesNothing
 TEST_F(MusicTest, ShippedConverterMakesAFile) {
     for (const char* name : {"ZoConsole.ini", "convert.cmd"})
         std::filesystem::copy_file(std::string(ZO_EXAMPLES) + "/" + name, folder.Path(name));
-    folder.Write("my music\\a tune.TXT", "c d e\r\n");
+    folder.Write("my music\\a tune.ZoMelody", "c d e\r\n");
     terminal->LoadSettings();
-    ASSERT_TRUE(Convert(folder.Path("my music\\a tune.TXT")));
+    ASSERT_TRUE(Convert(folder.Path("my music\\a tune.ZoMelody")));
     EXPECT_EQ(terminal->m_MusicSupportCurrentExtention, 0);
     EXPECT_EQ(Output(), folder.Path("my music\\a tune.mel"));
     const std::string made = folder.Read("my music\\a tune.mel");
