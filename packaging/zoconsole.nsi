@@ -25,6 +25,7 @@ RequestExecutionLevel user
 InstallDir "$LOCALAPPDATA\Programs\ZoConsole"
 InstallDirRegKey HKCU "${UNINSTALL_KEY}" "InstallLocation"
 BrandingText "ZoConsole ${VERSION}"
+SpaceTexts none ; it is the same page that would show them when uninstalling
 ShowInstDetails nevershow
 ShowUninstDetails nevershow
 !ifdef SIGN
@@ -64,10 +65,12 @@ that folder stay as they are, now and when you uninstall."
 !insertmacro MUI_PAGE_INSTFILES
 !insertmacro MUI_PAGE_FINISH
 
+!define MUI_PAGE_HEADER_TEXT "Uninstall ZoConsole"
+!define MUI_PAGE_HEADER_SUBTEXT "Choose what to remove and click Uninstall."
 !define MUI_COMPONENTSPAGE_TEXT_TOP "This removes ZoConsole and the files it installed, changed \
 examples included. Other files in its folder stay."
-!define MUI_COMPONENTSPAGE_TEXT_INSTTYPE "Check what to remove:"
-!define MUI_COMPONENTSPAGE_TEXT_COMPLIST "Check what to remove:"
+!define MUI_COMPONENTSPAGE_TEXT_INSTTYPE " "
+!define MUI_COMPONENTSPAGE_TEXT_COMPLIST "Remove:"
 !insertmacro MUI_UNPAGE_COMPONENTS
 !insertmacro MUI_UNPAGE_INSTFILES
 !insertmacro MUI_LANGUAGE "English"
