@@ -1,5 +1,5 @@
 # Libraries of the system that are loaded with the first call of one of their functions, so that
-# the program starts without them. What is called of NAME stands in src/delayed/NAME.def. To be
+# the program starts without them. What is called of NAME is in src/delayed/NAME.def. To be
 # linked in place of the library: delayed_NAME.
 
 find_program(ZO_DLLTOOL NAMES x86_64-w64-mingw32-dlltool dlltool)

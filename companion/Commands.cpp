@@ -62,7 +62,7 @@ ExitCode SendLines(const LinkOptions& options, const std::vector<std::string>& l
     return code;
 }
 
-// A section without lines stands for the line that is its name.
+// A section without lines is the line that is its name.
 ExitCode RunMacro(const LinkOptions& options, Report& report, HANDLE canceled) {
     const std::wstring path = [&] {
         wchar_t full[MAX_PATH];

@@ -17,7 +17,7 @@ struct LinkOptions {
     bool quiet = false; // errors only
 
     std::vector<std::string> lines; // Run
-    double wait = 0.3;              // seconds of silence behind the last answer
+    double wait = 0.3;              // seconds of silence after the last answer
     bool keepsGoing = false;        // a failure does not end a batch
 
     std::vector<std::string> files; // Send

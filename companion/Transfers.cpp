@@ -11,7 +11,7 @@ namespace {
 
 constexpr DWORD SettleTime = 500;     // ms that the device gets between two files
 constexpr DWORD RestartTime = 3000;   // ms until a device that was to restart must have begun
-constexpr DWORD LongestAnswer = 5000; // ms for lines that go before and behind a transfer
+constexpr DWORD LongestAnswer = 5000; // ms for lines that go before and after a transfer
 constexpr char RestartBanner[] = "Preparing to load ZoOS";
 
 constexpr char ProgramTalks[] = "\n\0pc on\n\0";

@@ -8,7 +8,7 @@
 #include <vector>
 
 // The two ends, from the environment: ZO_COM_PAIR holds "COM1,COM101" or other names, and may hold
-// more pairs behind a blank.
+// more pairs after a blank.
 struct ComPair {
     std::string program;
     std::string device;

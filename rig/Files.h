@@ -40,7 +40,7 @@ public:
         return std::string(std::istreambuf_iterator<char>(file), {});
     }
 
-    // What lies in the folder, sorted, a comma behind each name.
+    // What is in the folder, sorted, a comma after each name.
     std::string Names() const {
         std::set<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(m_Root))

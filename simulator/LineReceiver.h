@@ -12,7 +12,7 @@
 
 namespace sim {
 
-// The sum that the host sends behind a command line with this text.
+// The sum that the host sends after a command line with this text.
 std::uint16_t LineSum(std::string_view text);
 
 struct CommandLine {

@@ -9,7 +9,7 @@
 namespace sim {
 
 // Cuts the first word off `text`. Words are separated by blanks and tabs. Returns an empty view
-// when no word is left. The blanks behind the word are cut off, too.
+// when no word is left. The blanks after the word are cut off, too.
 std::string_view NextWord(std::string_view& text);
 
 // The value of a row of decimal digits within [low, high]. False, with `value` left alone, for

@@ -27,7 +27,7 @@ struct DeviceSetup {
     std::uint32_t restartPause = 500; // ms from the answer of "reboot" to the loader's banner
     std::uint32_t bootWait = 3000;    // ms from the loader's banner to the start banner
     bool asksByNumber = false;        // for the blocks of a file, from the first one on
-    std::uint64_t startText = 0;      // bytes of generated text behind the first start banner
+    std::uint64_t startText = 0;      // bytes of generated text after the first start banner
     std::uint32_t hostile = 0;        // seed of the bursts between all else; 0: none
 };
 

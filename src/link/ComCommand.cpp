@@ -176,7 +176,7 @@ bool ComPort::SendAndAwait(QueuedLine& line, const std::uint8_t* wire, std::size
     return TakeCommandAnswer(line);
 }
 
-// From here on an answer byte is the line's. It must not be read together with the reply behind
+// From here on an answer byte is the line's. It must not be read together with the reply after
 // it, so text gathers no longer.
 void ComPort::AwaitAnswer() {
     {

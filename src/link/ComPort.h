@@ -48,7 +48,7 @@ enum SendMode : std::uint32_t { SendModeFile = 0, SendModeBoot = 1, SendModeImag
 // One COM port. Operations answer nonzero for success; the reason of a failure is in LastError.
 // The GUI thread opens, closes and configures; inside run the reader thread, the line thread, which
 // sends one command line after the other, and the thread of a transfer. What they share lies
-// behind m_InLock, or m_QueueLock for the lines, or is a single word.
+// guarded by m_InLock, or m_QueueLock for the lines, or is a single word.
 class ComPort {
 public:
     static constexpr std::uint32_t DefaultImageBlockSize = 264;
@@ -146,7 +146,7 @@ public:
                    std::uint32_t imageBlockSize);
 
     // GUI thread. Asks a send to end, and returns at once; its last notification comes when it has.
-    // A frame that is under way is finished first, as long as the line takes it.
+    // A frame that is under way is finished first, while the line takes it.
     void StopSend();
 
     // GUI thread. Starts to receive the device's file `deviceName` into the local file `path`. One
@@ -355,14 +355,14 @@ private:
     LineBuffer m_Line;        // collected in line mode
     LineBuffer m_WatchedLine; // of the text, while an answer is awaited
 
-    LineQueue m_Queue; // behind m_QueueLock
+    LineQueue m_Queue; // guarded by m_QueueLock
     CRITICAL_SECTION m_QueueLock;
     HANDLE m_LineThread = nullptr;
     HANDLE m_LineEvent = nullptr;         // auto-reset; set: a line waits
     HANDLE m_StopLinesEvent = nullptr;    // manual-reset; ends the line thread
     HANDLE m_RefuseLinesEvent = nullptr;  // manual-reset; set: only a worker's lines go out
     std::atomic<bool> m_RawAhead{false};  // from the answer to a receive's line to its end
-    std::uint32_t m_TransferNumber = 0;   // behind m_InLock
+    std::uint32_t m_TransferNumber = 0;   // guarded by m_InLock
     HANDLE m_Predecessor = nullptr;       // thread of the transfer before, which a new one joins
     std::uint8_t* m_SendFrame = nullptr;  // room for one frame, as long as m_SendData
     HANDLE m_AbortWaitsEvent = nullptr;   // manual-reset; set: nothing waits for the line

@@ -55,7 +55,7 @@ void ComPort::RunReader() {
     while (WaitForSingleObject(m_StopReaderEvent, NoticeLife) == WAIT_TIMEOUT);
 }
 
-// One round: waits for a byte, then takes with it all that is queued behind it.
+// One round: waits for a byte, then takes with it all that is queued after it.
 ComPort::ReaderStep ComPort::ReadChunk(Reader& reader) {
     std::uint8_t first = 0;
     DWORD taken = 0;
@@ -139,7 +139,7 @@ ComPort::ReaderStep ComPort::ReadBytes(std::uint8_t* bytes, DWORD count, DWORD* 
 }
 
 // After a sleep of the PC, and with some adapters at any time, a read fails on a port that works:
-// as long as the driver answers for it, the port is not lost.
+// while the driver answers for it, the port is not lost.
 ComPort::ReaderStep ComPort::FailedRead() {
     if (WaitForSingleObject(m_StopReaderEvent, 0) == WAIT_OBJECT_0)
         return ReaderStep::Stopped;

@@ -91,7 +91,7 @@ void ReadProperty(const DeviceLibrary& devices, HDEVINFO list, SP_DEVINFO_DATA& 
     text[Size - 1] = L'\0';
 }
 
-// The device's name without its port's, which the system puts behind it in parentheses, and who
+// The device's name without its port's, which the system puts after it in parentheses, and who
 // made it.
 void Describe(const DeviceLibrary& devices, HDEVINFO list, SP_DEVINFO_DATA& device,
               SerialPort& port) {

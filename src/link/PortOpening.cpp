@@ -31,7 +31,7 @@ void Release(PortOpening* opening) {
         delete opening;
 }
 
-// What drivers say as long as they are not done with the close before.
+// What drivers say until they are done with the close before.
 bool MayPass(DWORD error) {
     return error == ERROR_ACCESS_DENIED || error == ERROR_GEN_FAILURE;
 }

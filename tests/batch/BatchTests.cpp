@@ -19,7 +19,7 @@ std::string Times(int count, const std::string& text) {
 
 class Batch : public testing::Test, protected TransferBatch {
 protected:
-    void Start(std::string list, bool asIs = false, std::uint64_t bytes = 0) { // a bar behind each
+    void Start(std::string list, bool asIs = false, std::uint64_t bytes = 0) { // a bar after each
         std::replace(list.begin(), list.end(), '|', '\0');
         EXPECT_TRUE(Allocate() && TakeList(list.c_str(), list.size() + 1, 0) && (asIs || Reset()));
         Begin(m_FileList, false, bytes);

@@ -109,7 +109,7 @@ TEST(TerminalText, LineEndsStayWholeAndTheFirstAnswerCounts) {
         {"ab\r\ncd\n", 64, "ab\r\ncd\r\n", 0},
         {"x\x01y\x02z", 64, "xyz", AnswerRefused},
         {std::string("a\0\xFF", 3), 64, std::string("a\0\xFF", 3), 0},
-        {"abcdefgh\x02", 5, "abcd", 0}, // an answer behind what is dropped is dropped, too
+        {"abcdefgh\x02", 5, "abcd", 0}, // an answer after what is dropped is dropped, too
         {"abc\nd", 5, "abc", 0},
         {"ab\nd", 5, "ab\r\n", 0},
     };

@@ -28,7 +28,7 @@ void Run(sim::ZorbelDevice& device, sim::Millis& now, sim::Millis end) {
 
 } // namespace
 
-// A script, the mark, then bytes; 0xFE stands for 50 ms times the byte behind it, and the word
+// A script, the mark, then bytes; 0xFE is 50 ms times the byte after it, and the word
 // "@@" for the checksum that belongs to the line, so that command lines can be found.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view input(reinterpret_cast<const char*>(data), size);

@@ -10,7 +10,7 @@
 
 namespace {
 
-// 0xFE stands for a silence of 16 ms times the byte behind it, unless that is 0xFE itself.
+// 0xFE is a silence of 16 ms times the byte after it, unless that is 0xFE itself.
 class FuzzSource {
 public:
     FuzzSource(const std::uint8_t* data, std::size_t size) : m_Next(data), m_End(data + size) {}

@@ -204,7 +204,7 @@ TEST_F(OpenPortTest, StopReceiveAndCloseEndUnderAFlood) {
             Open();
         device.join();
         peer.ReceiveRest(20);
-        peer.Send("over\n"); // behind the rest of the flood, which holds answer bytes only
+        peer.Send("over\n"); // after the rest of the flood, which holds answer bytes only
         EXPECT_EQ(Text(6), "over\r\n");
     }
 }

@@ -1,4 +1,4 @@
-// Files of so many blocks that their numbers wrap around. This takes as long as it takes, on lines
+// Files of so many blocks that their numbers wrap around. This takes its time, on lines
 // of its own beside the other tests.
 
 #include "rig/DeviceLine.h"

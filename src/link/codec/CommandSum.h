@@ -1,6 +1,6 @@
 #pragma once
 
-// The 16-bit checksum behind every command line, and the line as it goes over the wire.
+// The 16-bit checksum after every command line, and the line as it goes over the wire.
 // No windows.h, no state of its own: the register belongs to the caller.
 
 #include <cstddef>

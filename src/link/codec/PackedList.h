@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-// The name behind a name of the list.
+// The name after a name of the list.
 const char* NextName(const char* name);
 
 // The number of names in a list.
@@ -14,9 +14,9 @@ std::size_t CountNames(const char* list);
 // Bytes that a list takes which comes from elsewhere; 0 when it does not end within `room` bytes.
 std::size_t CheckedListSize(const char* list, std::size_t room);
 
-// The part of a path behind its last backslash; the whole of it when there is none.
+// The part of a path after its last backslash; all of it when there is none.
 const char* BaseName(const char* path);
 
-// True for a path that no file can have: it holds a wildcard, which may also stand for a character
+// True for a path that no file can have: it holds a wildcard, which may also replace a character
 // that the code page cannot spell.
 bool NamesNoFile(const char* path);

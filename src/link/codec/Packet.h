@@ -27,7 +27,7 @@ void PutWord(std::uint8_t* out, std::uint16_t value);
 void PutLong(std::uint8_t* out, std::uint32_t value);
 
 // Writes the host's control packet to `out`, ControlPacketSize bytes. Returns the CRC register
-// behind its payload, not complemented.
+// after its payload, not complemented.
 std::uint32_t EncodeControl(std::uint16_t code, std::uint16_t value, std::uint8_t* out);
 
 // The code of a device's control packet, 0 when the packet has none or is no control packet. Only
