@@ -43,11 +43,11 @@ desk_choose() {
   xdotool key Return
 }
 
-# desk_picture FILE [TITLE]: a window with its frame, or the whole screen.
+# desk_picture FILE [TITLE]: a window without its window manager's frame, or the whole screen.
 desk_picture() {
   if [[ -z ${2:-} ]]; then
     import -window root "$1"
   else
-    import -frame -window "$(xdotool search --onlyvisible --name "$2" | tail -n 1)" "$1"
+    import -window "$(xdotool search --onlyvisible --name "$2" | tail -n 1)" "$1"
   fi
 }
