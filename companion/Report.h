@@ -1,7 +1,7 @@
 #pragma once
 
 // What ZoLink says: the device's text, or JSON, on standard output; progress and errors on
-// standard error. Texts are UTF-8, but for the device's own.
+// standard error. Texts are UTF-8, except the device's own.
 
 #include "link/ComPort.h"
 
@@ -28,7 +28,7 @@ public:
     // How far a file is; a `total` of 0 is not known.
     void Progress(const std::string& file, const TransferInfo& info, std::uint64_t total);
 
-    // What came of a file or a line.
+    // The result of a file or a line.
     void Outcome(const Result& result);
 
     void Port(const std::string& name, const std::string& description, bool isFree);

@@ -15,7 +15,7 @@
 
 class Session {
 public:
-    // What a line came to.
+    // The result of a line.
     enum class Answer { Accepted, Refused, None, Lost, Canceled };
 
     // `canceled` is a manual-reset event: Ctrl+C.
@@ -27,24 +27,24 @@ public:
     // ExitDone, or ExitPort with what is wrong reported.
     ExitCode Open(std::int32_t number, std::uint32_t baud);
 
-    // Sends one line and waits for what comes of it.
+    // Sends one line and waits for its result.
     Answer Line(const std::string& line);
 
-    // Waits, at most `limit` ms, until the condition holds; the device's text goes its way. False
-    // when it does not hold, the port is lost, or Ctrl+C was pressed.
+    // Waits, at most `limit` ms, until the condition holds; the device's text is shown meanwhile.
+    // False when it does not hold, the port is lost, or Ctrl+C was pressed.
     bool WaitUntil(const std::function<bool()>& holds, DWORD limit);
 
     // Waits until the device has been silent for that many ms.
     void AwaitSilence(DWORD silence);
 
-    // Waits for the end of the transfer that was just started, with `onProgress` at every news.
+    // Waits for the end of the transfer that was just started, with `onProgress` at every notice.
     // Ctrl+C cancels it, and then its end is waited for. Returns the snapshot at its end.
     TransferInfo AwaitTransfer(const std::function<void(const TransferInfo&)>& onProgress);
 
     // What a transfer's end means, with what is wrong reported.
     ExitCode Judge(const TransferInfo& info, const std::string& subject);
 
-    // Hears all text besides; for what waits for a certain one.
+    // The listener gets all text too: for a caller that waits for a certain one.
     void Overhear(std::function<void(std::string_view)> listener) {
         m_Listener = std::move(listener);
     }
@@ -64,7 +64,7 @@ private:
 
     Report& m_Report;
     const HANDLE m_Canceled;
-    HWND m_Window = nullptr; // for the port's notices; it is none that could be seen
+    HWND m_Window = nullptr; // for the port's notices; never shown
     std::unique_ptr<ComPort, PortOwner> m_Port;
     std::string m_Name;
     std::uint64_t m_TextAt = 0; // GetTickCount64 of the last text

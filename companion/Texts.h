@@ -9,7 +9,7 @@
 std::wstring WideOfUtf8(std::string_view text);
 std::string Utf8Of(std::wstring_view text);
 
-// What cannot be said becomes what the system puts in its place.
+// A character that the code page lacks becomes the system's substitute.
 std::string AnsiOfUtf8(std::string_view text);
 std::string Utf8OfAnsi(std::string_view text);
 

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr DWORD SettleTime = 500;     // ms that the device gets between two files
-constexpr DWORD RestartTime = 3000;   // ms until a device that was to restart must have begun
+constexpr DWORD RestartTime = 3000;   // ms in which a restart must begin
 constexpr DWORD LongestAnswer = 5000; // ms for lines that go before and after a transfer
 constexpr char RestartBanner[] = "Preparing to load ZoOS";
 
@@ -65,7 +65,7 @@ bool NamesAreGood(const LinkOptions& options, Report& report) {
     return true;
 }
 
-// Has a device restart for which a boot waits already. Its banner may be all that it answers.
+// Restarts the device; a boot waits for it already. The banner may be its only answer.
 ExitCode Restart(Session& session, Report& report) {
     std::string text;
     LineResult result;
@@ -120,7 +120,7 @@ ExitCode Send(Session& session, Report& report, const LocalFile& file, const Lin
     return code;
 }
 
-// As the window does it: an empty line, and some time.
+// As ZoConsole does it: an empty line, and some time.
 void Settle(Session& session) {
     session.Line("");
     session.WaitUntil([] { return false; }, SettleTime);

@@ -1,5 +1,5 @@
-// Command lines: one queue for each port. Its thread sends one line after the other: the text with
-// its checksum out, the device's one answer byte back.
+// Command lines: one queue for each port. Its thread sends one line after another: the text with
+// its checksum goes out, the device's one answer byte comes back.
 
 #include "link/ComPort.h"
 
@@ -29,7 +29,7 @@ bool ComPort::QueueCommands(const char* lines, std::uint32_t tag) {
     return !first || QueueChain(first);
 }
 
-// Takes the chain over, also when it is refused.
+// Takes ownership of the chain, even when it is refused.
 bool ComPort::QueueChain(QueuedLine* chain) {
     DWORD error = ERROR_SUCCESS;
     if (!chain)
@@ -87,8 +87,8 @@ bool ComPort::Ask(const char* line, HANDLE giveUp, bool entersRaw, LineFate& fat
     return accepted;
 }
 
-// For the line that a transfer begins with. A device that is still at an earlier one would take the
-// line for a part of that file, and ask on as if it had accepted it.
+// For the first line of a transfer. A device that is still at an earlier one would take the line
+// for a part of that file, and go on asking as if it had accepted it.
 bool ComPort::AskForTransfer(const char* line, HANDLE giveUp, bool entersRaw) {
     if (m_DeviceMayTransfer)
         EndAtDevice();
@@ -177,7 +177,7 @@ bool ComPort::SendAndAwait(QueuedLine& line, const std::uint8_t* wire, std::size
 }
 
 // From here on an answer byte is the line's. It must not be read together with the reply after
-// it, so text gathers no longer.
+// it, so text no longer gathers.
 void ComPort::AwaitAnswer() {
     {
         const InputLock lock(*this);
@@ -189,7 +189,7 @@ void ComPort::AwaitAnswer() {
     SetEvent(m_EndGatheringEvent);
 }
 
-// Ends the wait. An answer that comes later is nobody's.
+// Ends the wait. A later answer is ignored.
 bool ComPort::TakeCommandAnswer(QueuedLine& line) {
     const InputLock lock(*this);
     const bool accepted = m_CommandAnswer == AnswerAccepted;

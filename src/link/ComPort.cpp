@@ -26,7 +26,7 @@ void SetFrame(DCB& dcb, std::uint32_t baud) {
     dcb.StopBits = ONESTOPBIT;
 }
 
-// The whole control block, so that nothing of an earlier program's settings stays.
+// The whole control block: an earlier program's settings must not survive.
 DCB LineSettings(std::uint32_t baud) {
     DCB dcb = {};
     dcb.DCBlength = sizeof(dcb);
@@ -209,7 +209,7 @@ bool ComPort::Close() {
     return true;
 }
 
-// A transfer says its last words through the line thread, and hears the answers through the
+// A transfer sends its last lines through the line thread and gets the answers through the
 // reader: they end in this order. False when the driver holds one of them.
 bool ComPort::StopThreads() {
     const std::uint64_t deadline = GetTickCount64() + LongestClose;

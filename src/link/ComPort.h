@@ -46,9 +46,9 @@ enum class LineMode : std::uint32_t {
 enum SendMode : std::uint32_t { SendModeFile = 0, SendModeBoot = 1, SendModeImage = 2 };
 
 // One COM port. Operations answer nonzero for success; the reason of a failure is in LastError.
-// The GUI thread opens, closes and configures; inside run the reader thread, the line thread, which
-// sends one command line after the other, and the thread of a transfer. What they share lies
-// guarded by m_InLock, or m_QueueLock for the lines, or is a single word.
+// The GUI thread opens, closes and configures; inside it run the reader thread, the line thread,
+// which sends one command line after the other, and the thread of a transfer. What they share is
+// guarded by m_InLock, the lines by m_QueueLock, or is a single word.
 class ComPort {
 public:
     static constexpr std::uint32_t DefaultImageBlockSize = 264;
@@ -171,14 +171,14 @@ private:
     static constexpr DWORD PacketPause = 200;     // ms for the device to answer a request
     static constexpr DWORD PoliteStop = 2500;     // ms for a transfer to end in its own way
     static constexpr DWORD LongestClose = 3000;   // ms until a close gives the port up
-    static constexpr DWORD DriverPatience = 3000; // ms for a driver to let go of what is canceled
+    static constexpr DWORD DriverPatience = 3000; // ms for a driver to end a canceled operation
     static constexpr DWORD NoticeLife = 250;      // ms until a notice counts as lost
 
     class InputLock;
     enum class ReaderStep { Bytes, NoBytes, Failed, Stopped, Lost };
 
-    // The mode that the bytes of a chunk were sent for. What the reader stores, it stores only as
-    // long as that mode lasts.
+    // The mode that the bytes of a chunk were sent for. The reader stores what comes of
+    // them only while that mode lasts.
     struct ModeStamp {
         LineMode mode;
         std::uint32_t number;
@@ -348,7 +348,7 @@ private:
     char m_ReceivePath[MAX_PATH] = {};
     char m_ReceiveName[MAX_PATH] = {};
 
-    // What the line carries; every change of mode counts its number up. Written under m_InLock
+    // What the line carries; every change of mode increments its number. Written under m_InLock
     // together with the reply state, the block and their events.
     std::atomic<LineMode> m_Mode{LineMode::Text};
     std::atomic<std::uint32_t> m_ModeNumber{0};
@@ -364,7 +364,7 @@ private:
     std::atomic<bool> m_RawAhead{false};  // from the answer to a receive's line to its end
     std::uint32_t m_TransferNumber = 0;   // guarded by m_InLock
     HANDLE m_Predecessor = nullptr;       // thread of the transfer before, which a new one joins
-    std::uint8_t* m_SendFrame = nullptr;  // room for one frame, as long as m_SendData
+    std::uint8_t* m_SendFrame = nullptr;  // room for one frame; lives with m_SendData
     HANDLE m_AbortWaitsEvent = nullptr;   // manual-reset; set: nothing waits for the line
     HANDLE m_EndGatheringEvent = nullptr; // auto-reset; set: the reader waits for no more text
     HANDLE m_ReaderRestsEvent = nullptr;  // manual-reset; set: the reader holds no bytes

@@ -19,12 +19,12 @@ constexpr DWORD EmptyReadPause = 20; // ms, also after a read that fails
 // no longer than a person notices, and never for more than a quarter of the driver's queue.
 constexpr std::uint64_t StreamGap = 100;       // ms; a longer silence ends a stream
 constexpr std::uint32_t LongestGathering = 50; // ms
-constexpr std::uint32_t TimerTick = 16;        // ms that a common wait may last too long
+constexpr std::uint32_t TimerTick = 16;        // ms that an ordinary wait may overrun
 constexpr std::uint32_t GatheredPart = 4;
 constexpr std::uint32_t BitsOfAByte = 10; // start bit, 8 data bits, stop bit
 
 // When the terminal is behind, the driver's queue holds what comes meanwhile, this long; only
-// then text is dropped. It goes over in pieces that fit the input buffer with room to spare.
+// then is text dropped. It is passed on in pieces that fit the input buffer with room to spare.
 constexpr std::uint64_t LongestWaitForRoom = 250; // ms
 constexpr std::uint32_t TextPiece = 1024;
 
@@ -106,8 +106,8 @@ bool ComPort::Gathers(const Reader& reader, const ModeStamp& stamp) const {
            !m_TransferRuns && !m_AnswerAwaited;
 }
 
-// As long as a quarter of the queue takes to fill. On a fast line that is shorter than what a
-// common wait may last too long.
+// The time that a quarter of the queue takes to fill. On a fast line an ordinary wait
+// may overrun by more than that.
 void ComPort::Gather() {
     const std::uint32_t bytesPerSecond = m_LineSpeed / BitsOfAByte + 1;
     const DWORD time =
@@ -206,8 +206,8 @@ bool ComPort::HandleRaw(const std::uint8_t* bytes, std::uint32_t count, const Mo
     return true;
 }
 
-// The whole chunk is handled at once, so that what comes of it does not depend on how fast a
-// transfer acts upon its first reply. When the send has ended meanwhile, its replies are
+// The whole chunk is handled at once, so that the result does not depend on how fast a
+// transfer acts on its first reply. When the send has ended meanwhile, its replies are
 // still kept out of the text, but change nothing.
 void ComPort::HandleLines(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp) {
     bool added = false;
@@ -245,10 +245,10 @@ void ComPort::CompleteLine(bool current) {
         m_DeviceReplied = true;
         if (reply.state == ReplySend) {
             m_RequestedBlock = reply.block;
-            TakeAnswer(AnswerAccepted); // whoever asks for a block has taken the command
+            TakeAnswer(AnswerAccepted); // a device that asks for a block has taken the command
         }
         if (reply.restarted) {
-            TakeAnswer(AnswerRefused); // who would have answered is gone
+            TakeAnswer(AnswerRefused); // the program that would have answered is gone
             m_DeviceRestarted = true;
         }
         m_ReplyState = reply.state;

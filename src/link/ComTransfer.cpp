@@ -45,8 +45,8 @@ bool ComPort::FailTransfer(DWORD error) {
     return Fail(error);
 }
 
-// The thread of the transfer before needs only moments for its end, but the GUI thread has not
-// even those: the new thread waits for it.
+// The thread of the transfer before ends within moments, but the GUI thread does not wait even
+// that long: the new thread does.
 bool ComPort::StartTransferThread(HANDLE& thread, LPTHREAD_START_ROUTINE body) {
     for (HANDLE* const ended : {&m_SendThread, &m_ReceiveThread})
         if (*ended)
@@ -74,8 +74,8 @@ void ComPort::PostTransfer() {
         Post(NotifyTransfer, m_TransferNumber);
 }
 
-// A transfer thread's last act: with the final status the window may start the next transfer, so
-// what follows it here uses nothing that a transfer begins with.
+// The last step of a transfer's thread: with the final status the window may start the next
+// transfer, so what follows it here uses nothing that a transfer begins with.
 void ComPort::EndTransfer(DWORD status) {
     const HWND window = m_NotifyFlags & NotifyTransfer ? m_NotifyWindow.load() : nullptr;
     LPARAM news = 0;
@@ -109,7 +109,7 @@ void ComPort::CancelTransfer() {
 bool ComPort::StopTransfers(std::uint64_t deadline) {
     CancelTransfer();
     if (m_Lost && m_AbortWaitsEvent)
-        SetEvent(m_AbortWaitsEvent); // there is nobody left to be polite to
+        SetEvent(m_AbortWaitsEvent); // there is no device left to be polite to
     bool ended = true;
     for (HANDLE* const thread : {&m_SendThread, &m_ReceiveThread, &m_Predecessor})
         ended = JoinTransfer(*thread, deadline) && ended;

@@ -15,7 +15,7 @@ constexpr std::uint32_t SlowestPiece = 2;    // times what it takes at the line'
 constexpr DWORD PieceGrace = 1000;           // and this many ms, until the line counts as stuck
 constexpr DWORD EmptyWritePause = 10;        // ms before a write is repeated that took no byte
 
-// The system has not enough of something for the moment: that says nothing about the port.
+// The system is short of a resource for the moment: that says nothing about the port.
 bool IsShortage(DWORD error) {
     return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_OUTOFMEMORY ||
            error == ERROR_NO_SYSTEM_RESOURCES || error == ERROR_NOT_ENOUGH_QUOTA ||
@@ -30,7 +30,7 @@ bool ComPort::Write(const std::uint8_t* data, std::uint32_t length) {
 
 // Write with a limit in ms; ERROR_TIMEOUT when the driver has not taken all the bytes by then. With
 // `impatient` the limit counts only while that event is set, and from the last byte that was taken.
-// A driver's own time-outs end a write early: then the rest follows.
+// A driver's own time-outs end a write early: then the remaining bytes follow.
 bool ComPort::WriteWithin(const std::uint8_t* data, std::uint32_t length, DWORD timeout,
                           HANDLE impatient) {
     if (!RequireOpen())
@@ -95,8 +95,8 @@ DWORD ComPort::AwaitWrite(HANDLE done, DWORD timeout, HANDLE impatient) const {
 }
 
 // Cancels an operation of the driver's, and waits until it has let go of the record: the record
-// and the bytes stay where they are until then. Whoever works with a driver that does not let go
-// learns soon that the port is lost.
+// and the bytes stay where they are until then. With a driver that does not let go the port
+// soon counts as lost.
 void ComPort::Withdraw(OVERLAPPED& overlapped) {
     CancelIoEx(m_Handle, &overlapped);
     if (WaitForSingleObject(overlapped.hEvent, DriverPatience) == WAIT_TIMEOUT)
@@ -111,9 +111,9 @@ bool ComPort::FailWrite(DWORD error) {
     return Fail(error);
 }
 
-// Send thread. Writes the frame at hand. One that is under way is finished also when the send is
+// Send thread. Writes the current frame. One that is under way is finished even when the send is
 // canceled, since the device would take the cancel line for its data; it goes out in pieces, so
-// that a slow line does not pass for one that takes no more bytes.
+// that a slow line does not look like one that takes no more bytes.
 bool ComPort::WriteFrame(std::uint32_t length) {
     const std::uint32_t speed = m_LineSpeed / BitsOfAByte + 1; // bytes per second
     const std::uint32_t piece = std::max(SmallestPiece, speed / PiecesOfASecond);

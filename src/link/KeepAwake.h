@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// As long as a thread holds one, the PC does not go to sleep by itself; its screen may.
+// While a thread holds one, the PC does not go to sleep by itself; its screen may.
 class KeepAwake {
 public:
     KeepAwake() { SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED); }

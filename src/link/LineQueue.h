@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// What came of a queued line.
+// The result of a queued line.
 struct LineResult {
     std::uint32_t tag = 0; // as it was given with the line
     bool accepted = false;
@@ -53,7 +53,7 @@ public:
     // The line whose turn it is; null when none waits.
     QueuedLine* TakeFirst();
 
-    // The turn of a taken line is over. A worker is woken, any other line leaves a result.
+    // A taken line is done. Its worker is woken; a line without a worker leaves a result.
     void Finish(QueuedLine* line, bool accepted);
 
     // The oldest result; false when there is none.

@@ -46,7 +46,7 @@ struct Ports {
     }
 };
 
-// What of the library that knows the devices is used.
+// The functions of the library that knows the devices.
 template <typename Pointer> Pointer DeviceFunction(const char* name) {
     return SystemFunction<Pointer>("setupapi.dll", name);
 }
@@ -66,7 +66,7 @@ struct DeviceLibrary {
     bool Works() const { return getDevices && destroyList && enumDevice && openKey && getProperty; }
 };
 
-// The name of the port that a device is; empty when it is none.
+// The port name of a device; empty when it is no port.
 template <std::size_t Size>
 void ReadPortName(const DeviceLibrary& devices, HDEVINFO list, SP_DEVINFO_DATA& device,
                   wchar_t (&name)[Size]) {
@@ -127,7 +127,7 @@ void AddDevices(Ports& ports) {
     devices.destroyList(list);
 }
 
-// Not every driver makes its ports known as devices.
+// Not every driver registers its ports as devices.
 void AddMappedPorts(Ports& ports) {
     HKEY opened = nullptr;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"HARDWARE\\DEVICEMAP\\SERIALCOMM", 0, KEY_QUERY_VALUE,

@@ -35,7 +35,7 @@ DWORD WhyNotReplaceable(const char* path) {
     return ERROR_SUCCESS;
 }
 
-// Some file systems know no replacement that keeps the old file's rights and attributes.
+// Some file systems cannot replace a file and keep its rights and attributes.
 bool Replace(const char* path, const char* part) {
     return ReplaceFileA(path, part, nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr) ||
            MoveFileExA(part, path, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
@@ -97,7 +97,7 @@ DWORD ReceivedFile::Keep() {
     return error;
 }
 
-// By its handle: the name may be another file's, and this one is nobody else's.
+// By its handle: by now the name may be another file's.
 void ReceivedFile::Discard() {
     if (!m_ReceiveHandle)
         return;

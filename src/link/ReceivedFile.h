@@ -23,7 +23,7 @@ public:
     DWORD Append(const std::uint8_t* bytes, std::uint32_t length);
 
     // Closes the file, which takes its place. Returns 0 or the platform's error; then it is
-    // deleted, and what was there before is there still.
+    // deleted, and the earlier file is untouched.
     DWORD Keep();
 
     // Deletes the file, and nothing that Create has not made.

@@ -123,7 +123,7 @@ void ComPort::RunSend() {
         const InputLock lock(*this);
         SwitchMode(LineMode::Text);
     }
-    if (m_InCount > 0) // also the rest of a line
+    if (m_InCount > 0) // also an unfinished line
         PostText();
     FreeSendData();
     EndTransfer(status);
@@ -143,7 +143,7 @@ DWORD ComPort::SendFile() {
     return ERROR_CANCELLED;
 }
 
-// What the device replied so far is no answer to what comes.
+// Replies so far do not answer the next frame.
 void ComPort::ForgetReply() {
     const InputLock lock(*this);
     m_ReplyState = ReplyCancel;

@@ -5,8 +5,8 @@
 
 #include <cstddef>
 
-// What holds for the whole process; until then each byte is a character. `leadBytes` are pairs,
-// first and last byte, that a pair of zeros ends, of those that begin a character of two bytes.
+// Sets the code page of the whole process; until then each byte is a character. `leadBytes` are the
+// ranges of bytes that begin a character of two bytes: pairs, first and last, ended by two zeros.
 void UseCodePage(const unsigned char* leadBytes, bool utf8);
 
 // True when the byte begins a character of two bytes.

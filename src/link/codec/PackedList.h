@@ -11,7 +11,7 @@ const char* NextName(const char* name);
 // The number of names in a list.
 std::size_t CountNames(const char* list);
 
-// Bytes that a list takes which comes from elsewhere; 0 when it does not end within `room` bytes.
+// The size in bytes of a list from elsewhere; 0 when it does not end within `room` bytes.
 std::size_t CheckedListSize(const char* list, std::size_t room);
 
 // The part of a path after its last backslash; all of it when there is none.

@@ -87,7 +87,7 @@ bool ReadPacketBody(Source& source, std::uint32_t first, std::uint32_t& type, st
 // Reads the next good packet. What is damaged is discarded with all that follows it up to
 // ResyncSilence, and reading starts over. False when a packet's first byte or a byte of a payload
 // does not come within PacketTimeout. `type`, `sub`, `length` and `payload` (`max` bytes) hold
-// what the last attempt wrote, also then.
+// what the last attempt wrote, even then.
 template <typename Source>
 bool ReadPacketFrom(Source& source, std::uint32_t& type, std::uint8_t& sub, std::uint32_t& length,
                     std::uint8_t* payload, std::uint32_t max) {
