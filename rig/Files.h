@@ -1,6 +1,6 @@
 #pragma once
 
-// Files of a test, in a folder of its own that goes with it.
+// Files of a test, in a folder of its own that is deleted with it.
 
 #include <windows.h>
 

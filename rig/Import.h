@@ -1,7 +1,7 @@
 #pragma once
 
-// A function of the test in the place of one of the system's, as far as this process's own code
-// calls it. STAND_IN makes the name known:
+// Replaces a function of the system's by one of the test's, for calls from this process's own code.
+// STAND_IN makes the name known:
 //
 //     STAND_IN(WriteFile);
 //     const StandIn disk(__imp_WriteFile, &FullDisk);

@@ -1,6 +1,6 @@
 #pragma once
 
-// A port that goes with its test, and a window that counts what it posts.
+// A port that is freed with its test, and a window that counts what it posts.
 
 #include "link/ComPort.h"
 #include "rig/Wait.h"

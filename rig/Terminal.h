@@ -57,7 +57,8 @@ protected:
     // Start with the null modem's near end open.
     ZoTerm& StartConnected();
 
-    // Asks the terminal to close. True when its window goes: what runs is canceled first.
+    // Asks the terminal to close. True when its window is closed; a running operation is canceled
+    // first.
     bool Close();
 
     void Command(WPARAM command) { SendMessageA(terminal->m_hWnd, WM_COMMAND, command, 0); }

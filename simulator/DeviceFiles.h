@@ -43,7 +43,7 @@ public:
     // left alone, when there is no such folder or no storage, or when it cannot be read.
     bool List(std::string_view folder, std::vector<DeviceFile>& files) const;
 
-    // Takes a path apart. False for a folder or a name that the device does not have: names are 1
+    // Splits a path. False for a folder or a name that the device does not have: names are 1
     // to 63 letters, digits and "-_+.()", without "-", "+" or "." at either end. What the host
     // takes for a device of its own ("nul", "com1") is no name either.
     static bool ParsePath(std::string_view text, DevicePath& path);

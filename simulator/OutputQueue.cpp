@@ -70,7 +70,7 @@ Millis OutputQueue::NextDue() const {
     return std::max(sent, m_NextStep);
 }
 
-// Sees to it that the first segment is due. Text is made line by line, so that an answer never
+// Makes sure that the first segment is due. Text is made line by line, so that an answer never
 // waits for more than one line of it.
 bool OutputQueue::Prepare(Millis now) {
     if (!m_Segments.empty() && (m_Sent > 0 || m_Segments.front().due <= now))

@@ -37,7 +37,7 @@ public:
     bool Writing() const { return m_WriteCount != 0; }
 
     // Starts to write the first `count` bytes, 1 to WriteRoom, of the buffer. FinishWrite collects
-    // the result; what is then still left is written next. False when the port is gone.
+    // the result; the remaining bytes are written next. False when the port is gone.
     bool StartWrite(std::size_t count);
     bool FinishWrite();
 

@@ -86,7 +86,7 @@ void ZorbelDevice::EnterConsole(Millis now) {
     m_TextRuns = true;
 }
 
-// Every received byte comes through here and goes to what listens in the present state.
+// Every received byte comes through here and goes to what listens in the current state.
 void ZorbelDevice::ReceiveByte(std::uint8_t byte, Millis now) {
     if (now < m_DeafUntil)
         return;
@@ -138,7 +138,7 @@ void ZorbelDevice::HandleLine(const CommandLine& line, Millis now) {
     }
 }
 
-// Carries out a command line when nothing speaks against it. Returns the answer.
+// Carries out a command line unless something is wrong with it. Returns the answer.
 bool ZorbelDevice::Carry(const CommandLine& line, Call& call) {
     if (!line.valid || m_Script.Find(FaultKind::Refuse, m_CommandNumber) != nullptr)
         return false;

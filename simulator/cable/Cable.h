@@ -49,8 +49,8 @@ private:
     std::size_t m_End = 0;
 };
 
-// One end of a cable. Whoever uses it reads and writes until nothing more goes, then waits for an
-// event to say that it may be tried again.
+// One end of a cable. Its user reads and writes until nothing more can be moved, then waits for an
+// event that says to try again.
 class End {
 public:
     End(const std::string& folder, const std::string& name, int epoll, int inotify)
@@ -93,7 +93,7 @@ public:
         m_InUse = m_Readable = m_Writable = false;
     }
 
-    // Something happened to the pty: all that was known about it is to be tried again. True when
+    // Something happened to the pty: everything about it has to be tried again. True when
     // its last user has gone.
     bool Refresh() {
         m_Readable = m_Writable = Plugged();
@@ -168,10 +168,10 @@ public:
         return m_Pace.Next();
     }
 
-    // The receiver's last user has gone: what was under way to it goes too.
+    // The receiver's last user has gone: what was under way to it is lost.
     void Clear() { m_Buffer.Clear(); }
 
-    // The receiver is about to be plugged in: what was sent before goes into the air.
+    // The receiver is about to be plugged in: what was sent before is lost.
     void Vent() {
         Clear();
         for (int rounds = 0; rounds < MostVented && m_From.Plugged(); ++rounds)

@@ -42,8 +42,8 @@ public:
     int Master() const { return m_Master.Get(); }
     const std::string& Slave() const { return m_Slave; }
 
-    // True while a program has the slave open. The kernel only says so for a slave that was open
-    // before; MakeRaw has seen to that.
+    // True while a program has the slave open. The kernel reports this only for a slave that was
+    // open before, which MakeRaw ensures.
     bool InUse() const {
         pollfd state = {m_Master.Get(), 0, 0};
         return poll(&state, 1, 0) == 0 || (state.revents & POLLHUP) == 0;

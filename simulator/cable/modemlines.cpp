@@ -2,8 +2,8 @@
 // ports run on them. Load it into every process that opens the pty, wineserver too.
 //
 // The kernel is always asked first. Only when it does not know the request, and only for the slave
-// of a pty, the answer is made here: DSR, CTS and CD are on, DTR and RTS are what was last set.
-// Their state lives in the record of LinesFile.h below ZO_RIG_DIR, and so is one for all
+// of a pty, does this library answer: DSR, CTS and CD are on, DTR and RTS are what was last set.
+// Their state is in the record of LinesFile.h below ZO_RIG_DIR, and so is one for all
 // processes; a pty without a record takes every change and remembers none. Nothing is allocated
 // and nothing is cached: any thread may call at any time.
 
@@ -71,7 +71,7 @@ public:
 private:
     void Put(std::size_t place, bool on) const {
         const char digit = on ? '1' : '0';
-        // A record that is gone belongs to a pulled device: there is no line to set any more.
+        // A missing record means a pulled device: there is no line to set any more.
         [[maybe_unused]] const ssize_t put =
             pwrite(m_File, &digit, sizeof digit, static_cast<off_t>(place));
     }
@@ -100,7 +100,7 @@ void AnswerTransmitter(int fd, void* argument) {
     *static_cast<unsigned*>(argument) = asked == 0 && queued == 0 ? TIOCSER_TEMT : 0;
 }
 
-// Enough for a program that wants a rate outside the standard ones.
+// Enough for a program that sets a rate outside the standard ones.
 void AnswerSettings(void* argument) {
     std::memset(argument, 0, sizeof(serial_struct));
     static_cast<serial_struct*>(argument)->baud_base = BaudBase;
