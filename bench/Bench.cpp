@@ -1,5 +1,5 @@
 // Measures the built program from outside, and the link from inside. Prints one row for each
-// figure: what it is, the figure, its bound. The argument tells whether the system draws with
+// figure: what it is, the figure, its bound. The argument says whether the system draws with
 // themes, "on" or "off".
 
 #include "bench/Console.h"

@@ -9,7 +9,7 @@ namespace {
 constexpr DWORD LongestStart = 20000; // ms
 constexpr DWORD LongestEnd = 10000;   // ms
 
-// The file name in a command line, whose path may stand in quotes.
+// The file name in a command line, whose path may be in quotes.
 std::string FileName(const std::string& commandLine) {
     const bool quoted = !commandLine.empty() && commandLine[0] == '"';
     const std::string path = quoted ? commandLine.substr(1, commandLine.find('"', 1) - 1)

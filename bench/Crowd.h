@@ -25,7 +25,7 @@ public:
     bool AllDone();
 
     // Pulls the adapter of one terminal and plugs it in again, with the device switched off and on:
-    // what ran there has failed, and is to be done anew.
+    // what ran there has failed, and is to be repeated.
     void Replug(std::size_t terminal, int operations);
 
     // Files that did not arrive as they were, of those last assigned.

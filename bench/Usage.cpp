@@ -14,7 +14,7 @@ constexpr std::size_t LongestComm = 15; // characters of a program's name that t
 constexpr int FieldsToBegin = 20;       // of /proc/PID/stat, from the one behind the name on
 constexpr char RigVariable[] = "ZO_RIG_DIR";
 
-// When a process began, in the system's ticks; 0: it has gone. Its name stands in parentheses and
+// When a process began, in the system's ticks; 0: it has gone. Its name is in parentheses and
 // may hold anything.
 double BeginOf(const std::string& folder) {
     const std::string stat = Contents(folder + "stat");

@@ -12,7 +12,7 @@ double Seconds();
 // A file's bytes; none when it cannot be read.
 std::string Contents(const std::string& path);
 
-// A running program, seen from outside. Wine tells the times and the memory of no process but the
+// A running program, seen from outside. Wine reports the times and the memory of no process but the
 // caller's, so there the figures come from the system below it: of this rig's youngest
 // process of that file name, since ended ones may linger.
 class Usage {

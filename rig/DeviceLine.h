@@ -43,7 +43,7 @@ public:
         return info;
     }
 
-    // Waits for the end of a transfer, of which the last notice must tell.
+    // Waits for the end of a transfer, which the last notice must report.
     TransferInfo End(DWORD limit = 60000) {
         static std::set<std::uint32_t> numbers;
         TransferInfo info = {};

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-// As long as it lives, dialogs that come up are handled in their order: each has to have the
+// While it exists, dialogs that come up are handled in their order: each has to have the
 // title that is due and is given to its action. The test fails when one of them does not come.
 class ModalScript {
 public:

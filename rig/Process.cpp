@@ -44,7 +44,8 @@ bool RigRuns() {
     return std::getenv("ZO_RIG_DIR") != nullptr;
 }
 
-// Wine starts programs of the system it runs on, but tells nothing of them; so one call does all.
+// Wine starts programs of the system it runs on, but reports nothing about them; so one call does
+// all.
 void Xdotool(HWND window, const std::string& action) {
     char title[256];
     GetWindowTextA(window, title, sizeof(title));
@@ -86,7 +87,7 @@ std::string BuildFile(const std::string& name) {
     char path[MAX_PATH];
     GetModuleFileNameA(nullptr, path, MAX_PATH);
     std::string folder = path;
-    do { // the tests' programs stand some folders below
+    do { // the tests' programs are some folders below
         folder.resize(folder.find_last_of('\\'));
     } while (GetFileAttributesA((folder + "\\" + name).c_str()) == INVALID_FILE_ATTRIBUTES &&
              folder.find('\\') != std::string::npos);

@@ -12,7 +12,7 @@ std::string BuildFile(const std::string& name);
 
 class Process {
 public:
-    // The test fails when the program cannot start. `name` stands in the build's folder.
+    // The test fails when the program cannot start. `name` is in the build's folder.
     Process(const std::string& name, const std::string& arguments);
     explicit Process(const std::string& commandLine);
     ~Process(); // ends the program if it still runs

@@ -31,5 +31,5 @@ private:
     std::size_t m_At = 0; // bytes of it that are done with
 };
 
-// The bytes that the null modem has delivered to a port since it stands.
+// The bytes that the null modem has delivered to a port since it exists.
 std::optional<std::uint64_t> DeliveredBytes(const std::string& port);

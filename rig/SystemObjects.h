@@ -13,8 +13,9 @@ struct SystemObjects {
     DWORD handles;
 };
 
-// Where the system does not tell, objects are made until every hole in their table is filled; the
-// highest place in it then tells how many others there are. Places of neighbors differ by `step`.
+// Where the system does not report it, objects are made until every hole in their table is filled;
+// the highest place in it then shows how many others there are. Places of neighbors differ by
+// `step`.
 template <typename Make, typename Free> DWORD ProbeObjects(Make make, Free free, DWORD step) {
     std::vector<decltype(make())> probes(1500);
     DWORD highest = 0;

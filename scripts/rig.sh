@@ -21,7 +21,7 @@
 rig_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 rig_build=$rig_root/build
 rig_tools=$rig_build/native/simulator/cable
-rig_version=1 # a prefix of another version is made anew
+rig_version=1 # a prefix of another version is made again
 rig_pids=()
 
 rig_suffix=${ZO_SEAT:+-$ZO_SEAT} # the first has no number
@@ -190,7 +190,7 @@ rig_until() {
 rig_display() {
   [[ -n ${DISPLAY:-} && -z ${1:-} ]] || rig_start_display
   # Wine's own processes start here, once, and hold no pipe of a later caller. The desktop's would
-  # end a second after the last program and be started anew by the next, with that one's pipes: a
+  # end a second after the last program and be started again by the next, with that one's pipes: a
   # command prompt that waits for ever for its input keeps it.
   [[ -p $ZO_RIG_DIR/silence ]] || mkfifo "$ZO_RIG_DIR/silence"
   rig_exec cmd.exe <>"$ZO_RIG_DIR/silence" >/dev/null 2>&1 &

@@ -190,7 +190,7 @@ void ZorbelDevice::TakeBlock(Millis now) {
     Reply(now);
 }
 
-// Says what is due now, or what a fault wants in its place.
+// Says what is due now, or what a fault puts in its place.
 void ZorbelDevice::Reply(Millis now) {
     if (Restarts(now))
         return;
@@ -341,7 +341,7 @@ void ZorbelDevice::SayEarly(Millis now) {
     m_Transfer.replied = true;
 }
 
-// True when a fault makes the device forget the transfer and start anew.
+// True when a fault makes the device forget the transfer and start over.
 bool ZorbelDevice::Restarts(Millis now) {
     if (At(FaultKind::Restart) == nullptr)
         return false;

@@ -13,7 +13,7 @@ namespace sim {
 // The CRC-32 of IEEE 802.3: reflected, preset and complemented with ones.
 std::uint32_t FrameCrc(std::string_view bytes);
 
-// Where a frame's parts stand. All begin with a marker byte and have a 16-bit length, then the
+// Where a frame's parts are. All begin with a marker byte and have a 16-bit length, then the
 // data, then four CRC bytes.
 struct FrameLayout {
     std::uint8_t marker;

@@ -1,7 +1,7 @@
 #pragma once
 
 // What the device sends: bytes with the time from which they may go, at the line's pace, in pieces
-// when a fault wants it, with generated text in the background.
+// when a fault asks for it, with generated text in the background.
 
 #include <cstddef>
 #include <cstdint>

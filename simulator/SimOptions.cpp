@@ -80,7 +80,7 @@ CLI::Validator Within(std::uint32_t low, std::uint32_t high, const std::string& 
             digits.remove_prefix(prefix.size());
         std::uint32_t value = 0;
         if (!ParseNumber(digits, low, high, value))
-            return "wants " + prefix + std::to_string(low) + " to " + prefix +
+            return "needs " + prefix + std::to_string(low) + " to " + prefix +
                    std::to_string(high) + ", not " + Printable(text);
         text = std::to_string(value);
         return std::string();
@@ -133,7 +133,7 @@ std::string ParseOptions(const std::vector<std::string>& arguments, SimOptions& 
         help = app.help();
         return {};
     } catch (const CLI::ArgumentMismatch&) {
-        return Printable(arguments.back()) + " wants a value"; // only the last one can lack it
+        return Printable(arguments.back()) + " needs a value"; // only the last one can lack it
     } catch (const CLI::ExtrasError&) {
         return "unknown option: " + Printable(app.remaining().front());
     } catch (const CLI::Error& error) {

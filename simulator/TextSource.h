@@ -16,7 +16,7 @@ std::string TextLine(std::uint32_t number);
 class TextSource {
 public:
     // Begins at line 1, for exactly `bytes` bytes, line ends included. The last line is cut to
-    // what is left and still ends in CR LF (in LF when only one byte is left).
+    // the remainder and still ends in CR LF (in LF when only one byte is left).
     void Start(std::uint64_t bytes);
     void Stop();
     bool Done() const { return m_Left == 0; }

@@ -16,7 +16,7 @@
 
 class ZoTerm;
 
-// How the terminal stands.
+// The terminal's state.
 struct View {
     HWND window = nullptr; // null: there is none
     HWND progress = nullptr;

@@ -81,7 +81,7 @@ template <typename Row, std::size_t Count> const Row& Choose(Dice& dice, const R
     return rows[dice.Below(Count)];
 }
 
-// Each fault at most once: the script's parser wants it so.
+// Each fault at most once: the script's parser requires it.
 void DrawScript(Dice& dice, Plan& plan) {
     const bool line = plan.work == Work::Lines || plan.work == Work::Macro;
     std::vector<std::string> names;

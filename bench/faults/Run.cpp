@@ -417,7 +417,7 @@ bool Run::WaitIdle(DWORD limit) {
     }
 }
 
-// The line, its output and the prompt stand at the end of the pane.
+// The line, its output and the prompt are at the end of the pane.
 bool Run::TryLine() {
     const std::string word = "z" + std::to_string(m_Plan.seed);
     const std::string wanted = "echo " + word + "\r\n" + word + "\r\nzorbel> ";

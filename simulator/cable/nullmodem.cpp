@@ -3,7 +3,7 @@
 //     nullmodem --dir DIR [--pace BPS] COM1=COM101 [COM2=COM102 ...]
 //
 // DIR/COM1 is a link to a pty's slave, and what a program writes there comes out of DIR/COM101, and
-// the other way round. "ready" is printed when all links stand; SIGTERM ends it and takes them
+// the other way round. "ready" is printed when all links exist; SIGTERM ends it and takes them
 // away.
 //
 // - A byte is neither lost nor passed by another. Each direction has a buffer of BufferSize bytes

@@ -7,7 +7,7 @@
 static_assert(sizeof(LPARAM) == 8, "a transfer's number goes in the high half");
 
 // With m_InLock held. Reply state, block and events are those of the new mode alone; the text that
-// gathers comes over at once. What is left of a line becomes text with the mode that it began in.
+// gathers comes over at once. The remainder of a line becomes text with the mode that it began in.
 void ComPort::SwitchMode(LineMode mode) {
     if (m_Line.length > 0 && m_Mode == LineMode::Lines && mode == LineMode::Text)
         AppendInput(reinterpret_cast<const std::uint8_t*>(m_Line.text), m_Line.length);

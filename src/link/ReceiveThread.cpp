@@ -70,7 +70,7 @@ void ComPort::EnterRawMode() {
     SwitchMode(LineMode::Raw);
 }
 
-// What came behind a complete file is text again; what is left of an aborted one is no text.
+// Bytes behind a complete file are text again; the remains of an aborted one are not.
 void ComPort::LeaveRawMode(bool aborted) {
     {
         const InputLock lock(*this);

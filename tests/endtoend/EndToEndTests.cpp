@@ -46,7 +46,7 @@ TEST(EndToEnd, TypedLinesReachTheDeviceAndItsTextThePane) {
     PressControl(window, 'n');
     ASSERT_TRUE(WaitUntil([&] { return WindowsOf(program).size() == 2; }));
     {
-        // There is nothing to send in this list, and the start tells it.
+        // There is nothing to send in this list, and the start reports it.
         Process second("ZoConsole.exe", "\"some file.txt\"");
         EXPECT_TRUE(second.Ended(Patience));
         EXPECT_EQ(second.ExitCode(), 1U);

@@ -190,7 +190,7 @@ TEST_F(DialogTest, SummaryIsCopiedAndShowsClippedCells) {
         EXPECT_EQ(TipOver(dialog, 0, 1), "Wrong file name");
         EXPECT_EQ(TipOver(dialog, 0, 0), "C:\\one wrong");
         SendMessageA(list, LVM_DELETEALLITEMS, 0, 0);
-        EXPECT_EQ(Tip(dialog), "") << "the rows are listed anew";
+        EXPECT_EQ(Tip(dialog), "") << "the rows are listed again";
         PostMessageA(dialog, WM_COMMAND, IDOK, 0);
     });
 }

@@ -100,7 +100,7 @@ TEST_F(MusicTest, IniRowsJoinTheRowsOfTheRegistry) {
     terminal->LoadSettings();
     EXPECT_EQ(terminal->Settings.m_MusicSupport, 1U);
     EXPECT_EQ(Row(0), "mid> by conv.exe -q, play it, 0");
-    EXPECT_EQ(Row(1), "MID>mel by , , 1") << "letter case tells extensions apart here";
+    EXPECT_EQ(Row(1), "MID>mel by , , 1") << "extensions differ by letter case here";
     EXPECT_EQ(Row(2), "none");
 
     Merge("MusicSupport=0\nMusicSupportExt=1\nMusicSupportExt0=xm\n");

@@ -34,7 +34,7 @@ protected:
 };
 
 // Windows of the terminal class on a thread of their own, as another process has them. They
-// collect the lists that come, and answer as they are told.
+// collect the lists that come, and answer as the test says.
 class OtherProcess {
 public:
     OtherProcess(int windows, LRESULT answer) : m_Answer(answer) {

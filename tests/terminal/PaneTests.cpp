@@ -165,7 +165,7 @@ TEST_F(PaneTest, TextThatComesLeavesAReaderAlone) {
     Send(1520, 20);
     EXPECT_EQ(Selection(), std::make_pair(DWORD{1200 * 20 + 3}, DWORD{1200 * 20 + 17}));
     EXPECT_EQ(InView(200), end) << "also at the end";
-    Ask(EM_SCROLLCARET); // draws the caret anew
+    Ask(EM_SCROLLCARET); // draws the caret again
     POINT caret = {};
     GetCaretPos(&caret);
     EXPECT_EQ(MAKELRESULT(caret.x, caret.y), Ask(EM_POSFROMCHAR, Selection().first));

@@ -22,7 +22,7 @@ STAND_IN(ShellExecuteExW);
 
 namespace {
 
-// What became of the guide, by the threads that look for it.
+// The result of opening the guide, by the threads that look for it.
 const auto AttributesOf = __imp_GetFileAttributesW;
 thread_local bool guideMissed = false;
 std::atomic<bool> guideMissedOnce = false;

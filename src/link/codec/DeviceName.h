@@ -2,7 +2,7 @@
 
 // The names that the device accepts for its files. No windows.h.
 
-// Every character that may stand in a name.
+// Every character that may be in a name.
 inline constexpr char DeviceNameChars[] =
     "qwertyuiopasdfghjklzxcvbnmQWERTYUIOPASDFGHJKLZXCVBNM1234567890-_+.()";
 

@@ -34,7 +34,7 @@ struct Reply {
     bool restarted = false;       // the device has restarted, and waits for its system
 };
 
-// Tells what a complete line (without CR and LF) means. Words count only as whole lines in
+// Returns what a complete line (without CR and LF) means. Words count only as whole lines in
 // lower case, except "send", which the block number follows directly.
 Reply RecognizeReply(const char* line, std::size_t length);
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Where a send stands in its file, and what the device's next reply makes it do. No windows.h.
+// Where a send is in its file, and what the device's next reply makes it do. No windows.h.
 
 #include "ReplyLine.h"
 

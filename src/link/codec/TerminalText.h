@@ -18,7 +18,7 @@ constexpr bool IsAnswerByte(std::uint8_t byte) {
     return byte == AnswerRefused || byte == AnswerAccepted;
 }
 
-// A linear input buffer: the valid bytes stand at its front, one byte stays free.
+// A linear input buffer: the valid bytes are at its front, one byte stays free.
 struct InputBuffer {
     std::uint8_t* bytes;
     std::uint32_t size;
