@@ -11,6 +11,6 @@ constexpr std::size_t StreamSize = 2U << 20; // bytes
 // Prints a figure beside its bound.
 void Row(const std::string& what, double figure, const char* unit, double bound);
 
-// Bytes of a streamed text of that size that are in a log, in order and behind one another from
+// Bytes of a streamed text of that size that are in a log, in order and one after another from
 // its first line.
 std::size_t ArrivedInLog(const std::string& log, std::size_t size = StreamSize);

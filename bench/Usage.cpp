@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::size_t LongestComm = 15; // characters of a program's name that the system keeps
-constexpr int FieldsToBegin = 20;       // of /proc/PID/stat, from the one behind the name on
+constexpr int FieldsToBegin = 20;       // of /proc/PID/stat, from the one after the name on
 constexpr char RigVariable[] = "ZO_RIG_DIR";
 
 // When a process began, in the system's ticks; 0: it has gone. Its name is in parentheses and

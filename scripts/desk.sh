@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Uses the program's windows as a person does: keyboard, pictures. To be sourced behind rig.sh.
+# Uses the program's windows as a person does: keyboard, pictures. To be sourced after rig.sh.
 
 desk_title='Zorbel Console Terminal$'
 

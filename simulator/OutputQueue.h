@@ -27,7 +27,7 @@ public:
     // `pace` in bits per second with ten bits for each byte; 0 sends everything at once.
     explicit OutputQueue(std::uint32_t pace) : m_Pace(pace) {}
 
-    // Appends bytes that go at `due` at the earliest, and behind everything appended before.
+    // Appends bytes that go at `due` at the earliest, and after everything appended before.
     void Add(std::string bytes, Millis due, Shape shape);
 
     // Sends `bytes` of generated text from `due` on. Whole lines of it fill the time in which no

@@ -39,7 +39,7 @@ constexpr NumberOption NumberOptions[] = {
     {"--pace", "BPS", &SimOptions::pace, 50, 20000000,
      "the speed that all output keeps to,\nten bits a byte", "none"},
     {"--text", "BYTES", &SimOptions::text, 1, ZorbelDevice::MostText,
-     "generated text behind the start banner", "none"},
+     "generated text after the start banner", "none"},
     {"--start-delay", "MS", &SimOptions::startDelay, 0, LongestWait, "time to the start banner",
      nullptr},
     {"--reply-delay", "MS", &SimOptions::replyDelay, 15, LongestWait, "time to an answer", nullptr},

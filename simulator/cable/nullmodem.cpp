@@ -7,7 +7,7 @@
 // away.
 //
 // - A byte is neither lost nor passed by another. Each direction has a buffer of BufferSize bytes
-//   here and the kernel's own (some 64 KB before it, as much behind it); when they are full, the
+//   here and the kernel's own (some 64 KB before it, as much after it); when they are full, the
 //   writer waits.
 // - What is sent to an end that no program has open is kept, up to those buffers. When an end's
 //   last user closes it, what it had not read is thrown away, and when neither end of a cable is

@@ -34,11 +34,11 @@ void ComPort::RunReceive() {
     const KeepAwake awake;
     AwaitPredecessor();
     const DWORD status = EndReceive(ReceiveFile());
-    m_RawAhead = false; // behind the last packet
+    m_RawAhead = false; // after the last packet
     EndTransfer(status);
 }
 
-// Returns the status. With m_ReceiveAbort set the local file is to go and the device to stop.
+// Returns the status. m_ReceiveAbort set: the local file is deleted, and the device stopped.
 DWORD ComPort::ReceiveFile() {
     const DWORD error = m_ReceivedFile.Create(m_ReceivePath);
     if (error != ERROR_SUCCESS) {
@@ -70,7 +70,7 @@ void ComPort::EnterRawMode() {
     SwitchMode(LineMode::Raw);
 }
 
-// Bytes behind a complete file are text again; the remains of an aborted one are not.
+// Bytes after a complete file are text again; the remains of an aborted one are not.
 void ComPort::LeaveRawMode(bool aborted) {
     {
         const InputLock lock(*this);

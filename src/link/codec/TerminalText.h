@@ -28,7 +28,7 @@ struct InputBuffer {
 };
 
 // Appends device text: CR is dropped, LF becomes CR LF, answer bytes are taken out. It stops at
-// the first byte that does not fit; that byte and everything behind it are lost. Returns the
+// the first byte that does not fit; that byte and everything after it are lost. Returns the
 // first answer byte among the bytes taken, 0 when there was none.
 std::uint8_t AppendText(InputBuffer& buffer, const std::uint8_t* bytes, std::size_t count);
 
