@@ -1,10 +1,10 @@
 // Files over the line, and lists of files.
 
 #include "base/Text.h"
+#include "batch/PackedList.h"
 #include "batch/TransferBatch.h"
 #include "bench/Scale.h"
 #include "link/ComPort.h"
-#include "link/codec/PackedList.h"
 #include "rig/Files.h"
 #include "rig/Registry.h"
 #include "rig/Terminal.h"

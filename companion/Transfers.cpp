@@ -1,11 +1,10 @@
 #include "companion/Transfers.h"
 
 #include "base/Owned.h"
+#include "batch/DeviceName.h"
 #include "companion/Session.h"
 #include "companion/Texts.h"
 #include "link/codec/BlockFrame.h"
-#include "link/codec/DeviceName.h"
-#include "link/codec/PackedList.h"
 
 namespace {
 

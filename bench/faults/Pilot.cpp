@@ -1,11 +1,12 @@
 #include "bench/faults/Pilot.h"
 
 #include "base/Text.h"
+#include "batch/PackedList.h"
 #include "bench/faults/Gui.h"
 #include "fileops/BootDialog.h"
 #include "fileops/ReceiveFileDialog.h"
 #include "fileops/SendFilesDialog.h"
-#include "link/codec/PackedList.h"
+#include "link/codec/PathName.h"
 #include "resources/resource.h"
 #include "rig/Registry.h"
 #include "rig/Terminal.h"

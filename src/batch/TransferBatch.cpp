@@ -1,8 +1,9 @@
 #include "TransferBatch.h"
 
 #include "base/Text.h"
-#include "link/codec/DeviceName.h"
-#include "link/codec/PackedList.h"
+#include "batch/DeviceName.h"
+#include "batch/PackedList.h"
+#include "link/codec/PathName.h"
 
 #include <algorithm>
 #include <cstdlib>

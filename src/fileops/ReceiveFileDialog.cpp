@@ -4,7 +4,7 @@
 
 #include "base/Text.h"
 #include "fileops/FileOperation.h"
-#include "link/codec/PackedList.h"
+#include "link/codec/PathName.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/Module.h"

@@ -5,11 +5,12 @@
 
 #include "base/Owned.h"
 #include "base/Text.h"
+#include "batch/PackedList.h"
 #include "fileops/Converter.h"
 #include "fileops/FileOperation.h"
 #include "fileops/SmallDialogs.h"
 #include "fileops/SummaryDialog.h"
-#include "link/codec/PackedList.h"
+#include "link/codec/PathName.h"
 #include "resources/resource.h"
 #include "settings/MusicSupport.h"
 #include "terminal/Dialogs.h"

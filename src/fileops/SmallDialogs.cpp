@@ -2,8 +2,8 @@
 
 #include "base/FileNames.h"
 #include "base/Text.h"
+#include "batch/DeviceName.h"
 #include "fileops/SendFilesDialog.h"
-#include "link/codec/DeviceName.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/ZoTerm.h"

@@ -4,9 +4,9 @@
 
 #include "base/FileNames.h"
 #include "base/Text.h"
+#include "batch/PackedList.h"
 #include "batch/TransferResult.h"
 #include "fileops/ListCells.h"
-#include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/Module.h"

@@ -7,7 +7,7 @@
 #include "link/InputLock.h"
 #include "link/KeepAwake.h"
 #include "link/codec/BlockFrame.h"
-#include "link/codec/PackedList.h"
+#include "link/codec/PathName.h"
 
 #include <limits>
 #include <new>

@@ -2,7 +2,7 @@
 
 #include "base/Owned.h"
 #include "base/Text.h"
-#include "link/codec/PackedList.h"
+#include "link/codec/PathName.h"
 #include "settings/TermSettings.h"
 #include "terminal/ZoTerm.h"
 

@@ -1,11 +1,11 @@
 // The commands of menu, toolbar and accelerators: one row for each, or for each range.
 
+#include "batch/PackedList.h"
 #include "fileops/BootDialog.h"
 #include "fileops/ReceiveFileDialog.h"
 #include "fileops/SendFilesDialog.h"
 #include "fileops/SmallDialogs.h"
 #include "fileops/SummaryDialog.h"
-#include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "settings/OptionsDialog.h"
 #include "terminal/DispatcherRequest.h"

@@ -2,7 +2,7 @@
 // section's lines to the device.
 
 #include "base/Text.h"
-#include "link/codec/PackedList.h"
+#include "batch/PackedList.h"
 #include "resources/resource.h"
 #include "terminal/FileDialog.h"
 #include "terminal/ModalScope.h"

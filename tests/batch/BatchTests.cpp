@@ -1,8 +1,9 @@
 // A batch: its way through the list, the records and the device's names, totals and buffers.
 
 #include "base/Text.h"
+#include "batch/DeviceName.h"
+#include "batch/PackedList.h"
 #include "batch/TransferBatch.h"
-#include "link/codec/PackedList.h"
 
 #include <gtest/gtest.h>
 
@@ -107,4 +108,16 @@ TEST_F(Batch, ImageGoesUnderAnyNameAndLeavesTheList) {
     TakeOwnName();
     Send(9);
     EXPECT_EQ(SendAll() + m_FileList, "1/2/9 an image!,one");
+}
+
+TEST(DeviceName, Rules) {
+    for (const char* name : {"readme.txt", "a", "(1).txt", "my_file+2.bin", "Game.app", "_x_",
+                             "C:\\some folder\\ok.txt", "9"})
+        EXPECT_EQ(ValidDeviceName(name), 1) << name;
+    for (const char* name : {".profile", "-x", "name.", "file+", "my file.txt", "n%.txt", "",
+                             "C:\\folder\\", "caf\xE9", "a/b", "+", "x-"})
+        EXPECT_EQ(ValidDeviceName(name), 0) << name;
+    EXPECT_EQ(ValidDeviceName(std::string(63, 'x').c_str()), 1);
+    EXPECT_EQ(ValidDeviceName(std::string(64, 'x').c_str()), 0);
+    EXPECT_FALSE(IsCharIn('\0', DeviceNameChars));
 }

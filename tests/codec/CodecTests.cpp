@@ -3,7 +3,7 @@
 #include "link/codec/CodePage.h"
 #include "link/codec/CommandSum.h"
 #include "link/codec/LogStamp.h"
-#include "link/codec/PackedList.h"
+#include "link/codec/PathName.h"
 #include "link/codec/ReplyLine.h"
 #include "link/codec/TerminalText.h"
 #include "rig/Vectors.h"

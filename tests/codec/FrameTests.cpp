@@ -1,7 +1,6 @@
 // Frames, packets and their reader, the device's names, a send's way through its file.
 
 #include "link/codec/BlockFrame.h"
-#include "link/codec/DeviceName.h"
 #include "link/codec/Packet.h"
 #include "link/codec/SendCursor.h"
 #include "rig/Vectors.h"
@@ -186,18 +185,6 @@ TEST(PacketReader, OverlongLengthIsReadToTheLimitAndFails) {
     const ReadResult failed = Read(ScriptedSource().Then(packet));
     EXPECT_FALSE(failed.good);
     EXPECT_EQ(failed.length, 512U);
-}
-
-TEST(DeviceName, Rules) {
-    for (const char* name : {"readme.txt", "a", "(1).txt", "my_file+2.bin", "Game.app", "_x_",
-                             "C:\\some folder\\ok.txt", "9"})
-        EXPECT_EQ(ValidDeviceName(name), 1) << name;
-    for (const char* name : {".profile", "-x", "name.", "file+", "my file.txt", "n%.txt", "",
-                             "C:\\folder\\", "caf\xE9", "a/b", "+", "x-"})
-        EXPECT_EQ(ValidDeviceName(name), 0) << name;
-    EXPECT_EQ(ValidDeviceName(std::string(63, 'x').c_str()), 1);
-    EXPECT_EQ(ValidDeviceName(std::string(64, 'x').c_str()), 0);
-    EXPECT_FALSE(IsCharIn('\0', DeviceNameChars));
 }
 
 namespace {

@@ -3,9 +3,9 @@
 // A terminal, the simulated device at its line's far end, and files for both.
 
 #include "base/Text.h"
+#include "batch/PackedList.h"
 #include "batch/TransferResult.h"
 #include "fileops/ReceiveFileDialog.h"
-#include "link/codec/PackedList.h"
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
 #include "rig/Files.h"

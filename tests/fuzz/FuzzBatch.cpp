@@ -3,9 +3,10 @@
 #include "FuzzTarget.h"
 
 #include "base/Text.h"
+#include "batch/DeviceName.h"
+#include "batch/PackedList.h"
 #include "batch/TransferBatch.h"
-#include "link/codec/DeviceName.h"
-#include "link/codec/PackedList.h"
+#include "link/codec/PathName.h"
 
 #include <cstring>
 

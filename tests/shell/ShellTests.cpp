@@ -1,7 +1,8 @@
 // The dispatcher's table of terminals, and the hand-over of files to running terminals.
 
 #include "base/FileNames.h"
-#include "link/codec/PackedList.h"
+#include "batch/PackedList.h"
+#include "link/codec/PathName.h"
 #include "resources/resource.h"
 #include "rig/Files.h"
 #include "rig/Terminal.h"

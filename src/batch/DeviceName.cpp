@@ -1,6 +1,6 @@
 #include "DeviceName.h"
 
-#include "PackedList.h"
+#include "link/codec/PathName.h"
 
 #include <cstring>
 
