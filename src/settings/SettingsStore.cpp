@@ -1,10 +1,10 @@
-// A terminal's settings on their way between memory and its registry key.
+#include "settings/SettingsStore.h"
 
 #include "base/Owned.h"
 #include "base/Text.h"
 #include "settings/MusicSupport.h"
 #include "settings/SettingsTable.h"
-#include "terminal/ZoTerm.h"
+#include "settings/TermSettings.h"
 
 #include <algorithm>
 #include <cstring>
@@ -67,26 +67,15 @@ void ReadStringSetting(HKEY key, const char* name, char* buffer, DWORD capacity,
     std::memset(buffer + length, 0, capacity - length);
 }
 
-char* FieldAt(TermSettings& settings, std::size_t offset) {
-    return reinterpret_cast<char*>(&settings) + offset;
-}
+// The first file of the batch's list, a list itself.
+struct SendFile {
+    char* list;
+    DWORD room;
+};
 
-// Fields of 32 bits have several types, all of the same layout.
-DWORD NumberAt(TermSettings& settings, std::size_t offset) {
-    DWORD value = 0;
-    std::memcpy(&value, FieldAt(settings, offset), sizeof(value));
-    return value;
-}
-
-void StoreNumber(TermSettings& settings, std::size_t offset, DWORD value) {
-    std::memcpy(FieldAt(settings, offset), &value, sizeof(value));
-}
-
-void ReadListHead(TransferBatch& batch, HKEY key, const Setting& setting) {
-    char* list = batch.m_FileList;
-    const DWORD size = batch.m_FileListSize;
-    ReadStringSetting(key, setting.name, list, size, setting.text);
-    list[size - 2] = '\0'; // the list's own end
+void ReadSendFile(const SendFile& file, HKEY key, const Setting& setting) {
+    ReadStringSetting(key, setting.name, file.list, file.room, "");
+    file.list[file.room - 2] = '\0'; // the list's own end
 }
 
 // Names of a row's values.
@@ -153,26 +142,18 @@ void WriteMusicRows(const TermSettings& settings, HKEY key) {
     }
 }
 
-void ReadSetting(TermSettings& settings, TransferBatch& batch, HKEY key, const Setting& setting) {
-    const DWORD fallback = setting.computed ? setting.computed() : setting.number;
+void ReadSetting(TermSettings& settings, const SendFile& file, HKEY key, const Setting& setting) {
     switch (setting.kind) {
-    case SettingKind::Dword:
-        StoreNumber(settings, setting.field, ReadDwordSetting(key, setting.name, fallback));
+    case SettingKind::Number: {
+        const DWORD fallback = setting.computed ? setting.computed() : setting.number;
+        setting.set(settings, ReadDwordSetting(key, setting.name, fallback));
         break;
-    case SettingKind::Byte:
-        *FieldAt(settings, setting.field) =
-            static_cast<char>(ReadDwordSetting(key, setting.name, fallback));
-        break;
-    case SettingKind::Extent:
-        StoreNumber(settings, setting.field,
-                    NumberAt(settings, setting.base) +
-                        ReadDwordSetting(key, setting.name, fallback));
-        break;
+    }
     case SettingKind::Text:
-        ReadStringSetting(key, setting.name, FieldAt(settings, setting.field), setting.capacity,
+        ReadStringSetting(key, setting.name, setting.chars(settings), setting.capacity,
                           setting.text);
         break;
-    case SettingKind::ListHead: ReadListHead(batch, key, setting); break;
+    case SettingKind::ListHead: ReadSendFile(file, key, setting); break;
     case SettingKind::MusicRows:
         ReadMusicRows(settings, key);
         if (key)
@@ -181,23 +162,11 @@ void ReadSetting(TermSettings& settings, TransferBatch& batch, HKEY key, const S
     }
 }
 
-void WriteSetting(TermSettings& settings, const TransferBatch& batch, HKEY key,
-                  const Setting& setting) {
+void WriteSetting(TermSettings& settings, const char* sendFile, HKEY key, const Setting& setting) {
     switch (setting.kind) {
-    case SettingKind::Dword:
-        WriteDwordSetting(key, setting.name, NumberAt(settings, setting.field));
-        break;
-    case SettingKind::Byte:
-        WriteDwordSetting(key, setting.name, static_cast<BYTE>(*FieldAt(settings, setting.field)));
-        break;
-    case SettingKind::Extent:
-        WriteDwordSetting(key, setting.name,
-                          NumberAt(settings, setting.field) - NumberAt(settings, setting.base));
-        break;
-    case SettingKind::Text:
-        WriteStringSetting(key, setting.name, FieldAt(settings, setting.field));
-        break;
-    case SettingKind::ListHead: WriteStringSetting(key, setting.name, batch.m_FileList); break;
+    case SettingKind::Number: WriteDwordSetting(key, setting.name, setting.get(settings)); break;
+    case SettingKind::Text: WriteStringSetting(key, setting.name, setting.chars(settings)); break;
+    case SettingKind::ListHead: WriteStringSetting(key, setting.name, sendFile); break;
     case SettingKind::MusicRows: WriteMusicRows(settings, key); break;
     }
 }
@@ -212,42 +181,34 @@ struct HistoryName {
 
 } // namespace
 
-void ZoTerm::LoadSettings() {
-    const OwnedKey key = OpenKey(m_RegKeyPath);
-    Settings.m_Font = {};
+void LoadSettings(const char* keyPath, TermSettings& settings, char* sendFile, std::uint32_t room) {
+    const OwnedKey key = OpenKey(keyPath);
+    settings.m_Font = {};
     for (const Setting* setting : ReadingOrder())
-        ReadSetting(Settings, Batch, key.get(), *setting);
+        ReadSetting(settings, {sendFile, room}, key.get(), *setting);
 }
 
-void ZoTerm::LoadCommandHistory() {
-    const OwnedKey key = OpenKey(m_RegKeyPath);
+void SaveSettings(const char* keyPath, TermSettings& settings, const char* sendFile,
+                  const CommandHistory& history) {
+    const OwnedKey key = OpenKey(keyPath);
     if (!key)
         return;
-    for (std::uint32_t i = 0; i < HistoryLines; ++i) {
-        char line[LineRoom];
-        ReadStringSetting(key.get(), HistoryName(i).text, line, LineRoom, "");
+    for (const Setting* setting : SavingOrder())
+        WriteSetting(settings, sendFile, key.get(), *setting);
+    for (std::uint32_t i = 0; i < history.count; ++i)
+        if (history.lines[i][0])
+            WriteStringSetting(key.get(), HistoryName(i).text, history.lines[i]);
+}
+
+void LoadCommandHistory(const char* keyPath, CommandHistory& history) {
+    history.count = 0;
+    const OwnedKey key = OpenKey(keyPath);
+    if (!key)
+        return;
+    for (char(&line)[CommandHistory::LineRoom] : history.lines) {
+        ReadStringSetting(key.get(), HistoryName(history.count).text, line, sizeof(line), "");
         if (!line[0])
             return;
-        SendMessageA(m_hCommand, CB_INSERTSTRING, i, reinterpret_cast<LPARAM>(line));
-    }
-}
-
-void ZoTerm::SaveSettings() {
-    const OwnedKey key = OpenKey(m_RegKeyPath);
-    if (!key)
-        return;
-    if (Settings.m_PortNumber == 0)
-        Settings.m_PortNumber = WantedPort();
-    for (const Setting* setting : SavingOrder())
-        WriteSetting(Settings, Batch, key.get(), *setting);
-
-    const auto count = SendMessageA(m_hCommand, CB_GETCOUNT, 0, 0);
-    for (std::uint32_t i = 0; i < HistoryLines && static_cast<LRESULT>(i) < count; ++i) {
-        char line[2 * LineRoom] = {}; // a length may be announced twice as large as it is
-        if (SendMessageA(m_hCommand, CB_GETLBTEXTLEN, i, 0) >= static_cast<LRESULT>(sizeof(line)))
-            continue;
-        SendMessageA(m_hCommand, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(line));
-        if (std::strlen(line) < LineRoom)
-            WriteStringSetting(key.get(), HistoryName(i).text, line);
+        ++history.count;
     }
 }

@@ -5,8 +5,7 @@
 
 #include <iterator>
 #include <type_traits>
-
-static_assert(std::is_standard_layout_v<TermSettings>, "settings find their fields by offset");
+#include <utility>
 
 namespace {
 
@@ -25,87 +24,122 @@ DWORD DefaultTextColor() {
     return GetSysColor(COLOR_WINDOWTEXT);
 }
 
-constexpr Setting Number(const char* name, std::size_t field, DWORD value) {
-    return {name, SettingKind::Dword, field, value};
+// A field is a member of TermSettings, or of a record that is one: &TermSettings::m_Font,
+// &LOGFONTA::lfWeight. A narrower field keeps the low bits of a number.
+template <auto... Field> DWORD Get(const TermSettings& settings) {
+    return static_cast<DWORD>((settings.*....*Field));
 }
 
-constexpr Setting Computed(const char* name, std::size_t field, DWORD (*value)()) {
-    return {name, SettingKind::Dword, field, 0, value};
+template <auto... Field> void Set(TermSettings& settings, DWORD value) {
+    auto& field = (settings.*....*Field);
+    field = static_cast<std::remove_reference_t<decltype(field)>>(value);
 }
 
-constexpr Setting Byte(const char* name, std::size_t field, DWORD value) {
-    return {name, SettingKind::Byte, field, value};
+template <auto... Field>
+constexpr Setting Number(const char* name, DWORD value, DWORD (*computed)() = nullptr) {
+    return {name, SettingKind::Number, value, computed, &Get<Field...>, &Set<Field...>};
 }
 
-constexpr Setting Extent(const char* name, std::size_t field, std::size_t base, DWORD value) {
-    return {name, SettingKind::Extent, field, value, nullptr, "", 0, base};
+// A side of the summary's rectangle, stored as its distance from the opposite one.
+template <LONG RECT::*Side, LONG RECT::*From>
+constexpr Setting Extent(const char* name, DWORD value) {
+    return {name,
+            SettingKind::Number,
+            value,
+            nullptr,
+            [](const TermSettings& settings) {
+                return static_cast<DWORD>(settings.m_SummaryRect.*Side) -
+                       static_cast<DWORD>(settings.m_SummaryRect.*From);
+            },
+            [](TermSettings& settings, DWORD extent) {
+                settings.m_SummaryRect.*Side =
+                    static_cast<LONG>(static_cast<DWORD>(settings.m_SummaryRect.*From) + extent);
+            }};
 }
 
-constexpr Setting Text(const char* name, std::size_t field, DWORD capacity, const char* text) {
-    return {name, SettingKind::Text, field, 0, nullptr, text, capacity};
+template <int Index> constexpr Setting Column(const char* name) {
+    return {name,
+            SettingKind::Number,
+            0,
+            nullptr,
+            [](const TermSettings& settings) {
+                return static_cast<DWORD>(settings.m_SummaryColumnWidths[Index]);
+            },
+            [](TermSettings& settings, DWORD width) {
+                settings.m_SummaryColumnWidths[Index] = static_cast<std::int32_t>(width);
+            }};
 }
 
-constexpr Setting Path(const char* name, std::size_t field) {
-    return Text(name, field, MAX_PATH, "");
+template <auto... Field> constexpr Setting Text(const char* name, const char* text) {
+    return {name,
+            SettingKind::Text,
+            0,
+            nullptr,
+            nullptr,
+            nullptr,
+            text,
+            sizeof((std::declval<TermSettings&>().*....*Field)),
+            [](TermSettings& settings) -> char* { return (settings.*....*Field); }};
 }
 
-#define AT(member) offsetof(TermSettings, member)
+template <auto Field> constexpr Setting Path(const char* name) {
+    return Text<Field>(name, "");
+}
 
-const Setting WindowX = Number("WindowX", AT(m_WindowX), UseDefault);
-const Setting WindowY = Number("WindowY", AT(m_WindowY), UseDefault);
-const Setting WindowWidth = Number("WindowWidth", AT(m_WindowWidth), UseDefault);
-const Setting WindowHeight = Number("WindowHeight", AT(m_WindowHeight), UseDefault);
-const Setting ShowCmd = Number("ShowCmd", AT(m_ShowCmd), SW_SHOWNORMAL);
-const Setting ListOn = Number("ListOn", AT(m_ListOn), 0);
+using Term = TermSettings;
+using Font = LOGFONTA;
+
+const Setting WindowX = Number<&Term::m_WindowX>("WindowX", UseDefault);
+const Setting WindowY = Number<&Term::m_WindowY>("WindowY", UseDefault);
+const Setting WindowWidth = Number<&Term::m_WindowWidth>("WindowWidth", UseDefault);
+const Setting WindowHeight = Number<&Term::m_WindowHeight>("WindowHeight", UseDefault);
+const Setting ShowCmd = Number<&Term::m_ShowCmd>("ShowCmd", SW_SHOWNORMAL);
+const Setting ListOn = Number<&Term::m_ListOn>("ListOn", 0);
 const Setting ImageBlockSize =
-    Number("ImageBlockSize", AT(m_ImageBlockSize), ComPort::DefaultImageBlockSize);
-const Setting FontHeight = Computed("FontHeight", AT(m_Font.lfHeight), &DefaultFontHeight);
-const Setting FontWeight = Number("FontWeight", AT(m_Font.lfWeight), FW_NORMAL);
-const Setting FontItalic = Byte("FontItalic", AT(m_Font.lfItalic), 0);
-const Setting FontUnderline = Byte("FontUnderline", AT(m_Font.lfUnderline), 0);
-const Setting FontStrikeout = Byte("FontStrikeout", AT(m_Font.lfStrikeOut), 0);
-const Setting FontCharset = Byte("FontCharset", AT(m_Font.lfCharSet), DEFAULT_CHARSET);
-const Setting FontFaceName =
-    Text("FontFaceName", AT(m_Font.lfFaceName), LF_FACESIZE, "Courier New");
-const Setting TextColor = Computed("TextColor", AT(m_TextColor), &DefaultTextColor);
-const Setting BootFile = Path("BootFile", AT(m_BootFile));
-const Setting ReceiveFile = Path("ReceiveFile", AT(m_ReceiveFile));
+    Number<&Term::m_ImageBlockSize>("ImageBlockSize", ComPort::DefaultImageBlockSize);
+const Setting FontHeight =
+    Number<&Term::m_Font, &Font::lfHeight>("FontHeight", 0, &DefaultFontHeight);
+const Setting FontWeight = Number<&Term::m_Font, &Font::lfWeight>("FontWeight", FW_NORMAL);
+const Setting FontItalic = Number<&Term::m_Font, &Font::lfItalic>("FontItalic", 0);
+const Setting FontUnderline = Number<&Term::m_Font, &Font::lfUnderline>("FontUnderline", 0);
+const Setting FontStrikeout = Number<&Term::m_Font, &Font::lfStrikeOut>("FontStrikeout", 0);
+const Setting FontCharset = Number<&Term::m_Font, &Font::lfCharSet>("FontCharset", DEFAULT_CHARSET);
+const Setting FontFaceName = Text<&Term::m_Font, &Font::lfFaceName>("FontFaceName", "Courier New");
+const Setting TextColor = Number<&Term::m_TextColor>("TextColor", 0, &DefaultTextColor);
+const Setting BootFile = Path<&Term::m_BootFile>("BootFile");
+const Setting ReceiveFile = Path<&Term::m_ReceiveFile>("ReceiveFile");
 const Setting SendFiles = {"SendFiles", SettingKind::ListHead};
-const Setting ImageFile = Path("ImageFile", AT(m_ImageFile));
-const Setting MacrosFile = Path("MacrosFile", AT(m_MacrosFile));
-const Setting CmdWav = Path("CmdWav", AT(m_CmdWav));
-const Setting CmdErrWav = Path("CmdErrWav", AT(m_CmdErrWav));
-const Setting CompleteWav = Path("CompleteWav", AT(m_CompleteWav));
-const Setting SendMid = Path("SendMid", AT(m_SendMid));
-const Setting LogFile = Path("LogFile", AT(m_LogFile));
-const Setting DeviceName = Text("DeviceName", AT(m_DeviceName), MAX_PATH, "default");
-const Setting Port = Number("Port", AT(m_PortNumber), 0);
-const Setting BaudRate = Number("BaudRate", AT(m_BaudRate), 57600);
-const Setting SummaryX = Number("SummaryWindowX", AT(m_SummaryRect.left), 0);
-const Setting SummaryY = Number("SummaryWindowY", AT(m_SummaryRect.top), 0);
-const Setting SummaryWidth =
-    Extent("SummaryWindowWidth", AT(m_SummaryRect.right), AT(m_SummaryRect.left), 500);
-const Setting SummaryHeight =
-    Extent("SummaryWindowHeight", AT(m_SummaryRect.bottom), AT(m_SummaryRect.top), 350);
-const Setting MusicSupport = Number("MusicSupport", AT(m_MusicSupport), 0);
-const Setting MusicSupportExt = Number("MusicSupportExt", AT(m_MusicSupportExt), 0);
-const Setting MusicSupportCurExt = Number("MusicSupportCurExt", AT(m_MusicSupportCurExt), 0);
+const Setting ImageFile = Path<&Term::m_ImageFile>("ImageFile");
+const Setting MacrosFile = Path<&Term::m_MacrosFile>("MacrosFile");
+const Setting CmdWav = Path<&Term::m_CmdWav>("CmdWav");
+const Setting CmdErrWav = Path<&Term::m_CmdErrWav>("CmdErrWav");
+const Setting CompleteWav = Path<&Term::m_CompleteWav>("CompleteWav");
+const Setting SendMid = Path<&Term::m_SendMid>("SendMid");
+const Setting LogFile = Path<&Term::m_LogFile>("LogFile");
+const Setting DeviceName = Text<&Term::m_DeviceName>("DeviceName", "default");
+const Setting Port = Number<&Term::m_PortNumber>("Port", 0);
+const Setting BaudRate = Number<&Term::m_BaudRate>("BaudRate", 57600);
+const Setting SummaryX = Number<&Term::m_SummaryRect, &RECT::left>("SummaryWindowX", 0);
+const Setting SummaryY = Number<&Term::m_SummaryRect, &RECT::top>("SummaryWindowY", 0);
+const Setting SummaryWidth = Extent<&RECT::right, &RECT::left>("SummaryWindowWidth", 500);
+const Setting SummaryHeight = Extent<&RECT::bottom, &RECT::top>("SummaryWindowHeight", 350);
+const Setting MusicSupport = Number<&Term::m_MusicSupport>("MusicSupport", 0);
+const Setting MusicSupportExt = Number<&Term::m_MusicSupportExt>("MusicSupportExt", 0);
+const Setting MusicSupportCurExt = Number<&Term::m_MusicSupportCurExt>("MusicSupportCurExt", 0);
 const Setting MusicRows = {"", SettingKind::MusicRows};
-const Setting SummaryColumn0 = Number("SummaryPosition0", AT(m_SummaryColumnWidths[0]), 0);
-const Setting SummaryColumn1 = Number("SummaryPosition1", AT(m_SummaryColumnWidths[1]), 0);
-const Setting SummaryColumn2 = Number("SummaryPosition2", AT(m_SummaryColumnWidths[2]), 0);
-const Setting SummaryColumn3 = Number("SummaryPosition3", AT(m_SummaryColumnWidths[3]), 0);
-const Setting SummaryColumn4 = Number("SummaryPosition4", AT(m_SummaryColumnWidths[4]), 0);
-const Setting SummaryColumn5 = Number("SummaryPosition5", AT(m_SummaryColumnWidths[5]), 0);
-const Setting AskBeforeSend = Number("AskBeforeSendWrongFile", AT(m_AskBeforeSendWrongFile), 0);
-const Setting DisplaySummary = Number("DisplaySummary", AT(m_DisplaySummary), 0);
-const Setting UseLogFile = Number("UseLogFile", AT(m_UseLogFile), 0);
-const Setting LogTimes = Number("LogTimes", AT(m_LogTimes), 0);
-const Setting ShowProgress = Number("ShowProgress", AT(m_ShowProgress), 1);
-const Setting DropOldestText = Number("DropOldestText", AT(m_DropOldestText), 0);
-const Setting FastTransfers = Number("FastTransfers", AT(m_FastTransfers), 0);
-
-#undef AT
+const Setting SummaryColumn0 = Column<0>("SummaryPosition0");
+const Setting SummaryColumn1 = Column<1>("SummaryPosition1");
+const Setting SummaryColumn2 = Column<2>("SummaryPosition2");
+const Setting SummaryColumn3 = Column<3>("SummaryPosition3");
+const Setting SummaryColumn4 = Column<4>("SummaryPosition4");
+const Setting SummaryColumn5 = Column<5>("SummaryPosition5");
+const Setting AskBeforeSend = Number<&Term::m_AskBeforeSendWrongFile>("AskBeforeSendWrongFile", 0);
+const Setting DisplaySummary = Number<&Term::m_DisplaySummary>("DisplaySummary", 0);
+const Setting UseLogFile = Number<&Term::m_UseLogFile>("UseLogFile", 0);
+const Setting LogTimes = Number<&Term::m_LogTimes>("LogTimes", 0);
+const Setting ShowProgress = Number<&Term::m_ShowProgress>("ShowProgress", 1);
+const Setting DropOldestText = Number<&Term::m_DropOldestText>("DropOldestText", 0);
+const Setting FastTransfers = Number<&Term::m_FastTransfers>("FastTransfers", 0);
 
 // An extent comes after its base, the music rows after their count.
 const Setting* const Reading[] = {

@@ -15,7 +15,6 @@ struct MusicRow {
     char* command;
 };
 
-// Standard layout: the table of the settings finds the fields by their offsets.
 struct TermSettings {
     TermSettings() = default;
     ~TermSettings(); // frees the rows (MusicSupport.cpp)

@@ -6,6 +6,7 @@
 #include "batch/TransferBatch.h"
 #include "link/ComPort.h"
 #include "link/codec/LogStamp.h"
+#include "settings/SettingsStore.h"
 #include "settings/TermSettings.h"
 #include "terminal/AppendPace.h"
 
@@ -75,10 +76,10 @@ struct AfterOperation {
 class ZoTerm {
 public:
     static constexpr std::uint32_t PaneLimit = 65535; // characters the output pane holds
-    static constexpr std::uint32_t HistoryLines = 10; // lines the command box remembers
-    static constexpr std::size_t LineRoom = 256;      // a typed line and its NUL
-    static constexpr WORD EnterPressed = 13;          // the command box's notification code
-    static constexpr std::size_t MacroRoom = 4096;    // bytes of the macros' names, or one's lines
+    static constexpr std::uint32_t HistoryLines = CommandHistory::Most;
+    static constexpr std::size_t LineRoom = CommandHistory::LineRoom; // a typed line and its NUL
+    static constexpr WORD EnterPressed = 13;       // the command box's notification code
+    static constexpr std::size_t MacroRoom = 4096; // bytes of the macros' names, or one's lines
     static constexpr std::size_t ConvertedFileRoom = 1000;
     static constexpr WORD FindRoom = 512; // characters of a text to find and its NUL
 
@@ -161,7 +162,7 @@ public:
 private:
     struct AwaitedLine;
 
-    // Settings (settings/SettingsStore.cpp); both need the command box.
+    // Settings (Settings.cpp); both need the command box.
     void LoadCommandHistory();
     void SaveSettings();
 
