@@ -8,7 +8,7 @@
 #include "batch/PackedList.h"
 #include "fileops/Converter.h"
 #include "fileops/FileOperation.h"
-#include "fileops/SmallDialogs.h"
+#include "fileops/RenameDialog.h"
 #include "fileops/SummaryDialog.h"
 #include "link/codec/PathName.h"
 #include "resources/resource.h"

@@ -230,8 +230,7 @@ INT_PTR OnDestroy(HWND dialog) {
 INT_PTR OnCommand(HWND dialog, WORD command) {
     if (command != IDOK && command != IDCANCEL)
         return FALSE;
-    CloseCover(dialog);
-    return TRUE;
+    return CloseCover(dialog);
 }
 
 INT_PTR OnListKey(HWND dialog, const NMLVKEYDOWN& key) {

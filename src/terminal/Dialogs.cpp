@@ -65,9 +65,10 @@ HWND OpenCover(ZoTerm& terminal, WORD dialog, DLGPROC procedure) {
 }
 
 // The window is enabled before the dialog goes: else another program's would become the active one.
-void CloseCover(HWND dialog) {
+INT_PTR CloseCover(HWND dialog) {
     TerminalOfDialog(dialog).LeaveCover();
     DestroyWindow(dialog);
+    return TRUE;
 }
 
 void MakeRoomBelow(HWND dialog, int control) {

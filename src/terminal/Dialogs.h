@@ -9,12 +9,14 @@ class ZoTerm;
 // The terminal that owns a dialog.
 ZoTerm& TerminalOfDialog(HWND dialog);
 
-// Shows a dialog that its terminal's window is disabled for, as for a modal one, but which runs no
-// message loop of its own: loops end in the reverse order of their beginning, so one terminal's
-// dialog would hold up all whose dialogs are older. Null when it cannot be made. CloseCover closes
-// it, and whoever opened it goes on from there.
+// Shows a dialog over a terminal's window, and disables the window until CloseCover. Unlike a modal
+// dialog it runs no message loop: loops end in the reverse order of their beginning, so one
+// terminal's dialog would hold up those of others. Null when it cannot be made.
 HWND OpenCover(ZoTerm& terminal, WORD dialog, DLGPROC procedure);
-void CloseCover(HWND dialog);
+
+// Closes such a dialog; the caller goes on with what it was for. Returns TRUE, for the dialog's
+// procedure.
+INT_PTR CloseCover(HWND dialog);
 
 // Moves a dialog over the middle of its terminal's window, or to where it can be seen; it keeps its
 // size.

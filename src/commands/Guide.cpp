@@ -1,4 +1,4 @@
-#include "terminal/Guide.h"
+#include "commands/Guide.h"
 
 #include "base/Owned.h"
 #include "base/SystemLibrary.h"

@@ -1,4 +1,4 @@
-#include "settings/OptionsDialog.h"
+#include "commands/OptionsDialog.h"
 
 #include "base/Owned.h"
 #include "base/Text.h"
