@@ -1,21 +1,16 @@
 // The commands of menu, toolbar and accelerators: one row for each, or for each range.
 
-#include "batch/PackedList.h"
 #include "commands/AboutDialog.h"
 #include "commands/Guide.h"
 #include "commands/LineDialogs.h"
 #include "commands/OptionsDialog.h"
 #include "fileops/BootDialog.h"
 #include "fileops/ReceiveFileDialog.h"
-#include "fileops/SendFilesDialog.h"
 #include "fileops/SummaryDialog.h"
 #include "resources/resource.h"
 #include "terminal/DispatcherRequest.h"
 #include "terminal/MessageLoop.h"
-#include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
-
-#include <utility>
 
 namespace {
 
@@ -172,40 +167,4 @@ void ZoTerm::ShowGuide(WORD) {
 
 void ZoTerm::ShowAbout(WORD) {
     OpenAboutDialog(*this);
-}
-
-bool ZoTerm::StartSendBatch(bool image) {
-    if (!Batch.Reset())
-        return false;
-    OpenSendFilesDialog(*this, image);
-    return Operation.m_ProgressDialog != nullptr;
-}
-
-bool ZoTerm::StartSendList(const char* list, std::size_t size) {
-    if (OpensPort() && SenderWaits())
-        AwaitOpening();
-    const std::size_t checked = CheckedListSize(list, size);
-    if (checked <= 1 || m_CloseWanted || (!TakesLists() && m_Activity != Activity::Opening) ||
-        !Batch.TakeList(list, checked, 0))
-        return false;
-    if (IsIconic(m_hWnd)) // its dialogs would be as hidden as it is
-        ShowWindow(m_hWnd, SW_RESTORE);
-    m_SendsWhenOpen = OpensPort();
-    return m_SendsWhenOpen || StartSendBatch(false);
-}
-
-LRESULT ZoTerm::OnDropFiles(HDROP drop) {
-    const bool taken = TakesLists() && TakeDroppedFiles(drop);
-    DragFinish(drop);
-    if (taken)
-        StartSendBatch(false);
-    return 0;
-}
-
-// The console's text has had its time to come.
-void ZoTerm::OnSettled() {
-    KillTimer(m_hWnd, SettleTimerId);
-    ShowPortOutput();
-    if (std::exchange(After.consoleWaits, false))
-        FinishFailedReceive(*this);
 }

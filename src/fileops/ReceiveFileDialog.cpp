@@ -11,6 +11,8 @@
 #include "terminal/Timers.h"
 #include "terminal/ZoTerm.h"
 
+#include <utility>
+
 namespace {
 
 constexpr UINT SettleTime = 300; // ms until the rest of the console's text has come
@@ -101,7 +103,12 @@ void OpenReceiveFileDialog(ZoTerm& terminal) {
                        &ReceiveFileDialog, 0);
 }
 
-void FinishFailedReceive(ZoTerm& terminal) {
-    terminal.QueueLines(PersonTalks, LineSilent);
-    terminal.SetActivity(Activity::Idle);
+// The console's text has had its time to come.
+void ZoTerm::OnSettled() {
+    KillTimer(m_hWnd, SettleTimerId);
+    ShowPortOutput();
+    if (!std::exchange(After.consoleWaits, false))
+        return;
+    QueueLines(PersonTalks, LineSilent);
+    SetActivity(Activity::Idle);
 }

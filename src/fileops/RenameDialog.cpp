@@ -3,7 +3,7 @@
 #include "base/FileNames.h"
 #include "base/Text.h"
 #include "batch/DeviceName.h"
-#include "fileops/SendFilesDialog.h"
+#include "fileops/SendBatch.h"
 #include "resources/resource.h"
 #include "terminal/Dialogs.h"
 #include "terminal/ZoTerm.h"

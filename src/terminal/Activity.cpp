@@ -1,7 +1,6 @@
 // What the terminal does, and what waits until it may be done: a look at all of that comes by a
 // posted message, and for messages that get lost by a slow timer as long as anything is awaited.
 
-#include "fileops/SendFilesDialog.h"
 #include "terminal/DispatcherRequest.h"
 #include "terminal/ModalScope.h"
 #include "terminal/Timers.h"
@@ -63,11 +62,11 @@ void ZoTerm::LookAgain() {
         LosePort();
     TakeAnswers();
     LookAtOperation();
-    LookAtConverter(*this);
+    LookAtConverter();
     if (Operation.m_WantsName && !IsCovered())
-        AskForName(*this);
+        AskForName();
     if (m_Activity == Activity::Ending && !After.consoleWaits)
-        FinishBatch(*this);
+        FinishBatch();
     CloseIfDue();
 }
 

@@ -6,10 +6,6 @@
 
 #include <commctrl.h>
 
-ZoTerm& TerminalOfDialog(HWND dialog) {
-    return *reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(dialog), GWLP_USERDATA));
-}
-
 namespace {
 
 RECT RectInDialog(HWND dialog, HWND control) {
@@ -52,6 +48,10 @@ void InsertColumns(HWND dialog, LONG at, LONG width) {
 }
 
 } // namespace
+
+ZoTerm& TerminalOfDialog(HWND dialog) {
+    return *reinterpret_cast<ZoTerm*>(GetWindowLongPtrA(GetParent(dialog), GWLP_USERDATA));
+}
 
 HWND OpenCover(ZoTerm& terminal, WORD dialog, DLGPROC procedure) {
     terminal.EnterCover();

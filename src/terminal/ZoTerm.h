@@ -9,6 +9,7 @@
 #include "settings/SettingsStore.h"
 #include "settings/TermSettings.h"
 #include "terminal/AppendPace.h"
+#include "terminal/Operation.h"
 
 #include <windows.h>
 
@@ -26,53 +27,15 @@ constexpr char TerminalClassName[] = "cs_zoterm";
 constexpr UINT LinkMessage = WM_APP;     // the link's notifications, NotifyKind in wParam
 constexpr UINT LookMessage = WM_APP + 1; // something waits: see LookAgain
 
-// What a terminal does. Whoever begins or changes something asks this first.
-enum class Activity {
-    Idle,
-    Opening,    // a driver takes its time to open the port
-    Converting, // the first file of a batch goes through a converter
-    Sending,
-    Receiving,
-    Booting,
-    Ending, // the operation is over, but what follows it is still to come
-};
-
 // What comes of a queued line, besides its way to the device; NewTag gives others.
 enum LineTag : std::uint32_t { LineSilent = 0, LineAloud = 1, FirstOwnTag = 16 };
 
-struct Conversion;
 struct PortOpening;
 class PathList;
 
-// The running file operation, with its dialog.
-struct FileOperationState {
-    HWND m_ProgressDialog = nullptr; // none: none runs
-    HWND m_RenameDialog = nullptr;
-    Conversion* m_Conversion = nullptr; // the converter at work
-    std::uint32_t m_Transfer = 0;       // the number of the transfer that is awaited
-    std::uint32_t m_AwaitedLine = 0;    // the tag of the line whose answer is awaited
-    DWORD m_Failure = 0;                // why the first file failed that did
-    std::uint64_t m_ClockStart = 0;     // GetTickCount64 of the first progress; 0: none yet
-    std::uint64_t m_ClockBytes = 0;     // that had gone by then
-    bool m_ClipPlays = false;
-    bool m_Begun = false;     // a first transfer has been started
-    bool m_Converted = false; // the batch is one converted file
-    bool m_PortLost = false;  // the port has gone meanwhile
-    bool m_WantsName = false; // the user is to be asked for the current file's name
-};
-
-// What follows an operation.
-struct AfterOperation {
-    bool summary = false;      // it is to be shown
-    bool shown = false;        // it has been opened
-    bool complete = false;     // the batch has come to the end of its list
-    bool converted = false;    // it was one converted file
-    bool consoleWaits = false; // a receive did not start; its console is to hear of its end
-};
-
 // Everything runs on the GUI thread. Window messages reach one named handler each; commands are
-// the rows of a table (Commands.cpp). Nothing here waits: not for the device, a worker, a converter
-// or a pause.
+// the rows of a table (commands/Commands.cpp). Nothing here waits: not for the device, a worker, a
+// converter or a pause.
 class ZoTerm {
 public:
     static constexpr std::uint32_t PaneLimit = 65535; // characters the output pane holds
@@ -97,6 +60,12 @@ public:
     // false, with nothing disturbed, while anything else does. A port on its way is waited for.
     bool StartSendList(const char* list, std::size_t size);
 
+    // What follows a batch once its dialog is gone (fileops/SendBatch.cpp): the summary when it is
+    // wanted and, when the batch is complete, the device's command for a converted file. To
+    // be called again when the summary is closed; does nothing while another dialog covers the
+    // window.
+    void FinishBatch();
+
     // What the terminal does (Activity.cpp).
     void SetActivity(Activity activity);
     bool OperationRuns() const; // a converter or a file operation
@@ -104,9 +73,7 @@ public:
     bool Closes() const { return m_CloseWanted; }
     bool MayChangeLine() const { return !OperationRuns(); } // port, rate, device
     void LookLater(); // posts a look at what waits: see LookAgain
-    bool IsCovered() const {
-        return !IsWindowEnabled(m_hWnd);
-    } // by a dialog that is to be answered
+    bool IsCovered() const { return !IsWindowEnabled(m_hWnd); } // by a modal dialog, or OpenCover's
     bool SummaryIsOpen() const { return m_SummaryDialog != nullptr; }
     void EnterModal(); // ModalScope's
     void LeaveModal();
@@ -137,7 +104,7 @@ public:
     void Say(StatusNote& note, const char* text);
     void OpenLog(); // anew: the settings may name another file
 
-    // Plans the conversion of a file whose extension is registered (settings/MusicSupport.cpp).
+    // Plans the conversion of a file whose extension is registered (fileops/ConvertFile.cpp).
     // True when it is: then `output` is a list of the file that the converter is to write,
     // m_MusicSupportCurrentExtention is its row, and `commandLine` starts the converter; it is
     // empty when there is none to start.
@@ -199,11 +166,13 @@ private:
     LRESULT OnLook();
     void LookAgain();
     void LookAtOperation();
+    void LookAtConverter(); // goes on when the batch's has ended (fileops/BatchConversion.cpp)
+    void AskForName();      // for the batch, which goes on with it (fileops/SendBatch.cpp)
     LRESULT OnClose();
     void CloseIfDue();
     LRESULT OnEndSession(WPARAM ends);
 
-    // Commands (Commands.cpp). Answers what the window procedure answers.
+    // Commands (commands/Commands.cpp). OnCommand returns what the window procedure returns.
     LRESULT OnCommand(WORD command, WORD notification);
     void Reboot(WORD command);
     void RunMenuMacro(WORD command);
@@ -227,18 +196,18 @@ private:
     void ShowSummary(WORD command);
     void ShowGuide(WORD command);
     void ShowAbout(WORD command);
-    bool StartSendBatch(bool image);
-    LRESULT OnDropFiles(HDROP drop);
-    void OnSettled();
 
-    // File lists (FileLists.cpp). The dialogs answer whether the user chose and the choice may be
-    // acted upon.
+    // Files for an operation (fileops/ChooseFiles.cpp, DroppedFiles.cpp, SendLists.cpp). True when
+    // there are some and the terminal may act on them.
     bool ChooseSendFiles(); // into the batch's list
     bool ChooseBootFile();
     bool ChooseImageFile();
     bool ChooseReceiveFile();
     bool TakeDroppedFiles(HDROP drop); // into the batch's list
     bool TakePaths(const PathList& list);
+    LRESULT OnDropFiles(HDROP drop);
+    bool StartSendBatch(bool image); // true when it runs
+    void OnSettled();                // a receive's end (fileops/ReceiveFileDialog.cpp)
 
     // Controls and layout (Controls.cpp). CreateControls answers zero when one is missing.
     bool CreateControls(HWND window);
