@@ -11,13 +11,13 @@
 
 namespace {
 
-constexpr char Unspeakable = '?'; // no path has it, but for the prefix of a verbatim one
+constexpr char Unspellable = '?'; // not in any path but in the prefix of a verbatim one
 constexpr wchar_t ShortNameMark = L'~';
 
 using WidePath = wchar_t[MAX_PATH];
 
-// True when the code page spells the text exactly and it fits: it comes back as it went. That
-// holds for every code page, and against its look-alikes.
+// True when the text fits and the code page spells it exactly, so that it converts back to itself.
+// This works for every code page, and rejects look-alikes.
 bool Spell(const wchar_t* wide, char (&narrow)[MAX_PATH]) {
     WidePath back;
     return WideCharToMultiByte(CP_ACP, 0, wide, -1, narrow, MAX_PATH, nullptr, nullptr) > 0 &&
@@ -50,7 +50,7 @@ bool SpellFolderShort(const wchar_t* path, char (&narrow)[MAX_PATH]) {
            FormatText(narrow, "%s%s", spelledFolder, spelledName);
 }
 
-// A short name that the system made up; one that somebody has given looks like a name of its own.
+// Takes only a short name that the system generated: one that a user chose is a different name.
 bool SpellMadeUpName(const wchar_t* path, char (&narrow)[MAX_PATH]) {
     WidePath shortPath;
     const DWORD length = GetShortPathNameW(path, shortPath, MAX_PATH);
@@ -58,8 +58,8 @@ bool SpellMadeUpName(const wchar_t* path, char (&narrow)[MAX_PATH]) {
            Spell(shortPath, narrow);
 }
 
-// Character by character, so that look-alikes do not come in. The text has an Unspeakable at its
-// end when nothing else makes it one that opens no file.
+// Converts character by character, to keep look-alikes out. Appends an Unspellable if the text has
+// none, so that it opens no file.
 void ShowPath(const wchar_t* path, char (&narrow)[MAX_PATH]) {
     constexpr int LongestCharacter = 8; // bytes
     std::size_t length = 0;
@@ -75,7 +75,7 @@ void ShowPath(const wchar_t* path, char (&narrow)[MAX_PATH]) {
         at += pair ? 2 : 1;
     }
     if (!marked)
-        narrow[length++] = Unspeakable;
+        narrow[length++] = Unspellable;
     narrow[length] = '\0';
 }
 
@@ -116,7 +116,7 @@ bool PathList::Add(const wchar_t* path) {
     return Append(narrow);
 }
 
-// A path that is longer than any that can be opened is not cut all the same: it is shown.
+// Keeps a path that is too long to be opened whole, for display.
 bool PathList::AddLong(const wchar_t* path) {
     const DWORD room = GetFullPathNameW(path, 0, nullptr, nullptr);
     const std::unique_ptr<wchar_t[]> full(new (std::nothrow) wchar_t[room]);

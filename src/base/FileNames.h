@@ -1,22 +1,23 @@
 #pragma once
 
 // File names on their way between the system, whose characters are wide, and the program, whose
-// texts are 8-bit in the system's code page. Every door through which names come in uses these.
+// texts are 8-bit in the system's code page. Every name from the system comes through these.
 
 #include <windows.h>
 
 #include <cstddef>
 
-// How a name may be spelled: Short ones open the file, but are no good as a name on the device.
+// How a name may be spelled. A short name opens the file, but does not serve as its name on the
+// device.
 enum class Spelling { Exact, MayBeShort };
 
-// Writes the full path of `path`, in 8 bits, spelled exactly; folders that the code page cannot
-// spell by their short names, the file itself only with MayBeShort. False when the result opens no
-// file: then it shows the path with a '?' for each character that cannot be said.
+// Writes the full path of `path` in 8 bits. Folders that the code page cannot spell get their short
+// names, the file itself only with MayBeShort. False when the result opens no file: then it is for
+// display, with a '?' for each character that the code page lacks.
 bool NarrowPath(const wchar_t* path, Spelling spelling, char (&narrow)[MAX_PATH]);
 
-// Writes a path in wide characters, the long names in place of short ones; nothing when it is
-// too long.
+// Writes a path in wide characters, with long names in place of short ones. Empty when it is too
+// long.
 void WidenPath(const char* path, wchar_t (&wide)[MAX_PATH]);
 
 // A packed list of paths that grows.
@@ -27,8 +28,8 @@ public:
     PathList(const PathList&) = delete;
     PathList& operator=(const PathList&) = delete;
 
-    // Appends a path as NarrowPath spells it, also one that opens no file. An empty one is left
-    // out. False without memory.
+    // Appends a path as NarrowPath spells it, even if it opens no file; skips an empty one. False
+    // without memory.
     bool Add(const wchar_t* path);
 
     const char* List() const { return m_List ? m_List : ""; }

@@ -42,7 +42,7 @@ __attribute__((constructor(EarliestPriority), no_stack_protector)) void SeedStac
 
 } // namespace
 
-// The stack cannot be trusted any more: no handler runs, the system ends the program.
+// The stack is corrupt: no handler runs, the system ends the program.
 void __stack_chk_fail() {
     constexpr unsigned stackCookieCheckFailure = 2;
     asm volatile("int $0x29" : : "c"(stackCookieCheckFailure)); // the system's fast failure

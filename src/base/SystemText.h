@@ -9,8 +9,8 @@
 #include <cctype>
 #include <cstring>
 
-// Writes what a Win32 error number means, as a part of a sentence: without a full stop or a line
-// end, beginning small unless its first word is an abbreviation.
+// Writes what a Win32 error number means, as part of a sentence: no period, no line end, in lower
+// case unless its first word is an abbreviation.
 template <std::size_t Size> void FormatSystemError(char (&text)[Size], DWORD error) {
     DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS |
                                       FORMAT_MESSAGE_MAX_WIDTH_MASK,

@@ -1,6 +1,6 @@
 #pragma once
 
-// Bounded writes into fixed arrays of characters. Nothing in the program writes text otherwise.
+// Bounded writes into fixed arrays of characters, for all text that the program writes.
 
 #include <cstdarg>
 #include <cstddef>
@@ -39,7 +39,7 @@ bool FormatText(char (&dest)[Size], const char* format, ...) {
     return length >= 0 && static_cast<std::size_t>(length) < Size;
 }
 
-// Makes a list of one name of a text: a second NUL behind its own, the text cut if need be.
+// Makes a text a packed list of one name: adds a second NUL, and cuts the text if it has to.
 template <std::size_t Size> void EndAsList(char (&text)[Size]) {
     const std::size_t length = strnlen(text, Size - 2);
     text[length] = text[length + 1] = '\0';

@@ -1,8 +1,8 @@
 #pragma once
 
-// A batch of files on their way to the device: the list, where it stands, what became a record of
-// each file, the totals, and what comes next. The dialogs turn the link's notifications into its
-// operations and show its numbers. No windows.h. One thread.
+// A batch of files on their way to the device: the list and the current file, the records, the
+// totals, and what comes next. The dialogs turn the link's notifications into its operations and
+// show its numbers. No windows.h. One thread.
 
 #include "TransferResult.h"
 
@@ -26,7 +26,7 @@ public:
     static constexpr std::uint32_t FirstBufferSize = 10000; // bytes of each buffer
     static constexpr std::size_t NameRoom = 260;
 
-    // What the search for the next file came to.
+    // The result of the search for the next file.
     enum class Search { Found, WantsName, ListRanOut };
 
     TransferBatch() = default;
@@ -41,8 +41,8 @@ public:
     // `room` bytes at least. False, with the old list in place, without memory.
     bool TakeList(const char* list, std::size_t size, std::size_t room);
 
-    // Before a batch: forgets the records and the names of the last one, and its cancel. False
-    // without memory for those that the list may need.
+    // Before a batch: clears records, names and cancel request of the last one. False without
+    // memory for those of the list.
     bool Reset();
 
     // After a receive, which leaves no records.
@@ -52,16 +52,16 @@ public:
     // which has to live as long as the batch. `bytes` is the size of all its files.
     void Begin(const char* list, bool image, std::uint64_t bytes);
 
-    // Moves on, from the current file, to one that has a name for the device. Files that have none
-    // are recorded as such, or with `asks` one of them is current and WantsName: Rename or
-    // RefuseName decide, and the search goes on.
+    // Searches, from the current file on, for one whose name the device takes. Records the others
+    // as ResultWrongName or, with `asks`, stops at one and returns WantsName: call Rename or
+    // RefuseName, and search on.
     Search FindFile(bool asks);
 
     // The current file goes under its own name. An image's needs no check.
     void TakeOwnName();
 
-    // The current file goes under the name in m_DeviceFileName. False when the device takes no
-    // such name: nothing is decided yet.
+    // Sends the current file under the name in m_DeviceFileName. False when the device does not
+    // take that name; call it again or RefuseName.
     bool Rename() const;
 
     // The current file has no name for the device: it is recorded, and the next one is current.

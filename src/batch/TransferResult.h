@@ -36,9 +36,9 @@ char* PutResult(char* at, const TransferResult& result);
 // Unpacks a record. Returns the place behind it, or null at the end of the records.
 const char* GetResult(const char* at, TransferResult& result);
 
-// Bytes that hold the records, or the device's names, of that many files and their end.
+// Bytes that the records, or the device's names, of that many files take, with their end.
 std::size_t ResultsRoom(std::size_t files);
 std::size_t DeviceNamesRoom(std::size_t files);
 
-// How much of it is done, 0 to 100. All of nothing is done.
+// The part that is done, 0 to 100; 100 of a total of 0.
 unsigned Percent(std::uint64_t done, std::uint64_t total);

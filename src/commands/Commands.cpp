@@ -14,14 +14,14 @@
 
 namespace {
 
-enum class Opens { Nothing, Modal }; // Modal: it runs a modal dialog of the system
+enum class Opens { Nothing, Modal }; // Modal: the command runs a modal dialog of the system
 enum class Then { Nothing, Focus };  // Focus: the command box takes the keyboard focus
 
 constexpr WORD FromAccelerator = 1; // in the place of a control's notification
 
 } // namespace
 
-// A command that runs a dialog does not do so within a message whose sender waits.
+// Posts a command that runs a dialog again while the sender of the message waits.
 LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
     struct Command {
         WORD first;
@@ -70,7 +70,7 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
         return notification == EnterPressed ? SendTypedLine() : 0;
     if (command == CMD_REBOOT && notification != FromAccelerator &&
         MacroName(CMD_REBOOT - CMD_MACRO_FIRST)) {
-        RunMenuMacro(command); // that of the menu, not the key's
+        RunMenuMacro(command); // the menu's command of this number
         return 0;
     }
     for (const Command& entry : Commands) {

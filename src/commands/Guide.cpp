@@ -30,8 +30,8 @@ bool FindGuide(wchar_t (&path)[MAX_PATH]) {
     return true;
 }
 
-// Starting a browser may take its time, and what the shell loads for it wants COM. The thread ends
-// right behind it, so the shell must have done its part by then.
+// A browser may take long to start, and the shell's extensions need COM. The thread ends right
+// behind the call, so the shell must not return early (SEE_MASK_NOASYNC).
 DWORD WINAPI GuideThread(void*) {
     wchar_t path[MAX_PATH] = {};
     if (!FindGuide(path) || GetFileAttributesW(path) == INVALID_FILE_ATTRIBUTES)

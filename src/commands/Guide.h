@@ -1,5 +1,5 @@
 #pragma once
 
-// Opens the guide that is delivered with the program, in the program that the user has for pages;
-// nothing happens when it is not there. Returns at once.
+// Opens the guide that comes with the program, in the user's browser. Returns at once; does nothing
+// when the file is missing.
 void OpenGuide();

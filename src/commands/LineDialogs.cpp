@@ -27,7 +27,7 @@ INT_PTR InitPort(HWND dialog) {
     return TRUE;
 }
 
-// What is no number leaves the dialog open, and so does a port that is at work.
+// Stays open when the text is no number, or while the port is at work.
 INT_PTR OpenTypedPort(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     BOOL isNumber = FALSE;
@@ -44,7 +44,7 @@ INT_PTR InitBaudRate(HWND dialog) {
     return TRUE;
 }
 
-// A rate that the port refuses leaves the dialog open.
+// Stays open when the port refuses the rate.
 INT_PTR SetTypedBaudRate(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     BOOL isNumber = FALSE;

@@ -48,7 +48,7 @@ enum SoundImage { SilentImage, SoundingImage };
 
 constexpr int NoRow = -1;
 
-// What a dialog holds until OK.
+// A dialog's values until OK.
 struct Options {
     char sounds[std::size(Sounds)][MAX_PATH];
     int row = NoRow; // the selected one, whose path is in the edit field
@@ -72,7 +72,7 @@ void ShowRowImage(HWND list, int row, bool sounds) {
 }
 
 // The list owns its images and frees them.
-void GiveImages(HWND list) {
+void SetImages(HWND list) {
     const int width = GetSystemMetrics(SM_CXSMICON);
     const int height = GetSystemMetrics(SM_CYSMICON);
     const HIMAGELIST images = ImageList_Create(width, height, ILC_COLOR32 | ILC_MASK, 2, 1);
@@ -86,7 +86,7 @@ void GiveImages(HWND list) {
 }
 
 void FillSoundList(HWND list, const Options& options) {
-    GiveImages(list);
+    SetImages(list);
     RECT client = {};
     GetClientRect(list, &client);
     char nothing[] = "";
@@ -114,7 +114,7 @@ void EnableLogFile(HWND dialog) {
 }
 
 void ShowSettings(HWND dialog, const ZoTerm& terminal) {
-    for (const int edit : {IDC_SOUND_FILE, IDC_LOG_FILE}) // nothing is cut behind the user's back
+    for (const int edit : {IDC_SOUND_FILE, IDC_LOG_FILE}) // nothing is cut silently
         SendDlgItemMessageA(dialog, edit, EM_LIMITTEXT, MAX_PATH - 1, 0);
     SetDlgItemInt(dialog, IDC_IMAGE_BLOCK_SIZE, terminal.Settings.m_ImageBlockSize, FALSE);
     for (const Switch& option : Switches)
@@ -163,8 +163,7 @@ void SelectRow(HWND dialog, Options& options, int row) {
         SetDlgItemTextA(dialog, IDC_SOUND_FILE, options.sounds[row]);
 }
 
-// Right for either order in which the list may report that one row lost the selection and another
-// got it.
+// The list may report the row that lost the selection before or after the one that got it.
 INT_PTR OnSoundChanged(HWND dialog, const NMLISTVIEW& change) {
     Options* const options = OptionsOf(dialog);
     if (!options || change.hdr.code != LVN_ITEMCHANGED || change.iItem < 0 ||
@@ -187,7 +186,7 @@ INT_PTR OnSoundTyped(HWND dialog) {
     return TRUE;
 }
 
-// Lets the user choose a file for an edit field, over the terminal's window, too.
+// Lets the user choose a file for an edit field, with the terminal's window disabled, too.
 INT_PTR Browse(HWND dialog, int edit, const OPENFILENAMEW& settings) {
     const HWND terminal = GetParent(dialog);
     char path[MAX_PATH];
@@ -199,7 +198,7 @@ INT_PTR Browse(HWND dialog, int edit, const OPENFILENAMEW& settings) {
         EnableWindow(terminal, TRUE);
     if (choice == Choice::Made)
         SetDlgItemTextA(dialog, edit, path);
-    else if (choice == Choice::Unspeakable)
+    else if (choice == Choice::Unspellable)
         TerminalOfDialog(dialog).SetStatusText("Wrong file name");
     return TRUE;
 }
@@ -217,7 +216,7 @@ INT_PTR BrowseLog(HWND dialog) {
     return Browse(dialog, IDC_LOG_FILE, settings);
 }
 
-// A size that no image can be sent with leaves the old one.
+// Keeps the old size when the new one is out of range.
 void TakeImageBlockSize(HWND dialog, ZoTerm& terminal) {
     BOOL isNumber = FALSE;
     const UINT size = GetDlgItemInt(dialog, IDC_IMAGE_BLOCK_SIZE, &isNumber, FALSE);

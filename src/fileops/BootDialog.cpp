@@ -1,4 +1,4 @@
-// A new operating-system image for the device, which has to be restarted for it.
+// Boots a new operating-system image into the device, which has to restart for it.
 
 #include "fileops/BootDialog.h"
 
@@ -15,7 +15,7 @@ INT_PTR OnInitDialog(HWND dialog) {
     ZoTerm& terminal = TerminalOfDialog(dialog);
     AttachOperation(terminal, dialog, Activity::Booting);
     ShowOperation(dialog);
-    SendMessageA(dialog, DM_SETDEFID, IDCANCEL, 0); // what has the keyboard has Enter
+    SendMessageA(dialog, DM_SETDEFID, IDCANCEL, 0); // Enter presses the focused button
     terminal.Batch.m_CancelRequested = 0;
     SetFileLine(dialog, "Booting", terminal.Settings.m_BootFile);
     SetProgressLine(dialog, "Waiting for reboot...");
@@ -33,7 +33,7 @@ INT_PTR OnInitDialog(HWND dialog) {
     return FALSE;
 }
 
-// A hidden button does not keep the keyboard.
+// A hidden button must not keep the focus.
 void HideReboot(HWND dialog) {
     const HWND button = GetDlgItem(dialog, IDC_REBOOT);
     if (GetFocus() == button)

@@ -2,6 +2,6 @@
 
 class ZoTerm;
 
-// GUI thread. Loads m_BootFile into the device once it restarts; m_ProgressDialog shows whether
-// that runs.
+// GUI thread. Loads m_BootFile into the device once it restarts. Returns at once; the operation
+// runs if Operation.m_ProgressDialog is set.
 void OpenBootDialog(ZoTerm& terminal);

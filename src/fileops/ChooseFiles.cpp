@@ -17,7 +17,7 @@ constexpr wchar_t AllFiles[] = L"All Files (*.*)\0*.*\0";
 constexpr wchar_t BootFiles[] = L"Boot Files (*.boot)\0*.boot\0All Files (*.*)\0*.*\0";
 constexpr char WrongName[] = "Wrong file name";
 
-// A dialog for one file. The field stays a list of one name, which leaves room for its end.
+// Runs a dialog for one file. The field stays a packed list of one name.
 bool ChooseOne(ZoTerm& terminal, const OPENFILENAMEW& dialog, FileDialogKind run, Spelling spelling,
                char (&field)[MAX_PATH]) {
     const ModalScope scope(terminal);
@@ -28,7 +28,7 @@ bool ChooseOne(ZoTerm& terminal, const OPENFILENAMEW& dialog, FileDialogKind run
     if (choice == Choice::Made && fits)
         CopyText(field, path);
     EndAsList(field);
-    if (choice == Choice::Unspeakable || !fits)
+    if (choice == Choice::Unspellable || !fits)
         terminal.SetStatusText(WrongName);
     return choice == Choice::Made && fits && terminal.TakesLists();
 }

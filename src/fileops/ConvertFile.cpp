@@ -25,8 +25,8 @@ std::int32_t MatchingRow(const TermSettings& settings, const char* path) {
     return -1;
 }
 
-// True when the path stays one argument between quotes: a quote would end it, and a backslash
-// before the closing quote would make that one a part of it.
+// True when the path stays one argument between quotes: a quote would end it, and a backslash at
+// its end would escape the closing quote.
 bool StaysOneArgument(const char* path) {
     return !std::strchr(path, '"') && *BaseName(path);
 }
@@ -64,7 +64,7 @@ bool ZoTerm::ConvertFile(const char* source, char (&output)[ConvertedFileRoom],
         return true;
     }
     EndAsList(output);
-    if (!converter[std::strspn(converter, " \t")]) // the source itself would be started
+    if (!converter[std::strspn(converter, " \t")]) // CreateProcess would start the source itself
         commandLine[0] = '\0';
     return true;
 }

@@ -6,7 +6,7 @@
 #include <atomic>
 #include <new>
 
-// Both sides hold it; whoever leaves last frees it.
+// Shared by the terminal and the thread; the last to release it frees it.
 struct Conversion {
     std::atomic<int> holders{2};
     OwnedHandle left; // manual-reset events
@@ -24,7 +24,7 @@ void Release(Conversion* conversion) {
         delete conversion;
 }
 
-// One that does not start is as one that fails.
+// A program that does not start counts as one that fails.
 void RunProgram(Conversion& conversion) {
     STARTUPINFOA startup = {};
     startup.cb = sizeof(startup);
@@ -41,7 +41,7 @@ void RunProgram(Conversion& conversion) {
     if (WaitForMultipleObjects(2, either, FALSE, INFINITE) == WAIT_OBJECT_0)
         return;
     TerminateJobObject(conversion.job.get(), ERROR_CANCELLED);
-    TerminateProcess(running.get(), ERROR_CANCELLED); // one that could not be put into the job
+    TerminateProcess(running.get(), ERROR_CANCELLED); // if it is not in the job
 }
 
 DWORD WINAPI ConverterThread(void* parameter) {

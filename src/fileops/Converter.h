@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// A converter at work, on a thread of its own: its start and its end may take any time.
+// A running converter, started and awaited on a thread of its own: both may take any time.
 struct Conversion;
 
 // GUI thread. Starts the program that a command line names. When it has ended, or could not be
@@ -12,5 +12,5 @@ Conversion* StartConversion(const char* commandLine, HWND window, UINT message);
 // True when it has ended.
 bool ConversionEnded(const Conversion* conversion);
 
-// Forgets it, and ends the program if it still runs. Null is allowed.
+// Releases it, and ends the program if it still runs. Null is allowed.
 void LeaveConversion(Conversion* conversion);

@@ -10,8 +10,8 @@
 
 namespace {
 
-// The names of dropped files where they lie; null when they are not wide, or not ended. The system
-// looks through all of them for each that it is asked for, which takes long for thousands.
+// The names of dropped files in the drop's own memory; null when they are not wide, or not
+// terminated. DragQueryFile walks the whole list for every name, which is slow for thousands.
 const wchar_t* WideNames(const DROPFILES& files, std::size_t size) {
     if (size < sizeof(files) || !files.fWide || files.pFiles >= size ||
         files.pFiles % sizeof(wchar_t) != 0)

@@ -22,14 +22,14 @@ constexpr WPARAM ForEver = static_cast<WPARAM>(-1);
 constexpr int ClipWidth = 272; // pixels, of both clips
 constexpr int ClipHeight = 60;
 
-// A control takes the size of its clip when that is opened; the room is there before.
+// The control resizes to its clip when the clip is opened; this makes the room before.
 void MakeRoomForClip(HWND dialog) {
     SetWindowPos(GetDlgItem(dialog, IDC_CLIP), nullptr, 0, 0, ClipWidth, ClipHeight,
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
     MakeRoomBelow(dialog, IDC_CLIP);
 }
 
-// What some numbers mean for a transfer, where the system's words would mislead.
+// What some error numbers mean for a transfer, where the system's words would mislead.
 struct Reason {
     DWORD status;
     const char* words;
@@ -39,13 +39,13 @@ constexpr Reason Reasons[] = {
     {ERROR_INVALID_HANDLE, "no port is open"},
     {ERROR_BAD_COMMAND, "the device refused"},
 };
-constexpr char NotOfTheUser[] = "no answer, or the device gave up";
+constexpr char NotCanceledByUser[] = "no answer, or the device gave up";
 
 template <std::size_t Size>
 void FormatReason(char (&text)[Size], DWORD status, bool canceledByUser) {
     FormatSystemError(text, status);
     if (status == ERROR_CANCELLED && !canceledByUser)
-        CopyText(text, NotOfTheUser);
+        CopyText(text, NotCanceledByUser);
     for (const Reason& reason : Reasons)
         if (reason.status == status)
             CopyText(text, reason.words);
@@ -61,13 +61,13 @@ template <std::size_t Size> void FormatTimeLeft(char (&text)[Size], std::uint64_
         FormatText(text, "%u:%02u left", minutes, rest);
 }
 
-// Also true of a dialog of the terminal's.
+// True, too, when a dialog of the terminal is in front.
 bool IsInFront(HWND window) {
     const HWND front = GetForegroundWindow();
     return front && (front == window || GetAncestor(front, GA_ROOTOWNER) == window);
 }
 
-// As long as somebody looks elsewhere.
+// Until the window comes to the front.
 void FlashButton(HWND window) {
     FLASHWINFO flash = {};
     flash.cbSize = sizeof(flash);
@@ -154,7 +154,7 @@ void PlayClip(ZoTerm& terminal) {
 void EndOperation(ZoTerm& terminal, const char* sound, Activity activity) {
     const HWND dialog = terminal.Operation.m_ProgressDialog;
     LeaveConversion(terminal.Operation.m_Conversion);
-    if (terminal.Operation.m_RenameDialog) // its answer is for this operation only
+    if (terminal.Operation.m_RenameDialog) // it asks for this operation only
         CloseCover(terminal.Operation.m_RenameDialog);
     const bool portLost = terminal.Operation.m_PortLost;
     terminal.Operation = {};
@@ -182,7 +182,7 @@ void ShowFailure(ZoTerm& terminal, const char* verb, DWORD status) {
     terminal.SetStatusText(text);
     if (IsInFront(terminal.m_hWnd))
         return;
-    ShowTaskbarProgress(terminal.m_hWnd, 1, 1); // until the terminal is looked at
+    ShowTaskbarProgress(terminal.m_hWnd, 1, 1); // until the terminal is activated
     ShowTaskbarState(terminal.m_hWnd, TaskbarState::Failed);
 }
 

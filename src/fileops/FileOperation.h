@@ -12,45 +12,45 @@
 class ZoTerm;
 enum class Activity;
 
-// The dialog has been created: it is the terminal's operation now, and stands over its window.
+// Makes a new dialog the terminal's operation, and centers it over the terminal's window.
 void AttachOperation(ZoTerm& terminal, HWND dialog, Activity activity);
 
 // Shows the dialog with the keyboard on its Cancel button.
 void ShowOperation(HWND dialog);
 
-// The transfer runs: grays the commands, opens the clip, brings a dialog that is shown to the
-// front and starts the looping sound. The taskbar shows that something runs.
+// Shows that a transfer runs: grays the commands, opens the clip, brings a visible dialog to the
+// front, starts the looping sound and the taskbar's progress.
 void BeginOperation(ZoTerm& terminal, WORD clip);
 
-// The link has started a transfer for the operation: from here on, its notifications count.
+// Call it when the link has started the operation's transfer: its notifications count from here on.
 void AwaitTransfer(ZoTerm& terminal);
 
 // What a notification is about.
 enum class TransferNews { None, Progress, Ended };
 
-// Looks how the operation's transfer stands; `info` is its snapshot. A notification of another
-// transfer is no news, nor is one that only comes by timer, unless the transfer has ended. Ended is
-// returned once. With the port closed the transfer has failed: the device is not connected.
+// Takes a snapshot of the operation's transfer into `info`, and returns what is new. None for a
+// notification of another transfer, and for one by timer unless the transfer has ended. Ended comes
+// once. With the port closed the transfer has failed: ERROR_DEVICE_NOT_CONNECTED.
 TransferNews LookAtTransfer(ZoTerm& terminal, LPARAM notification, TransferInfo& info);
 
 // Plays the clip over and over, from the first call on.
 void PlayClip(ZoTerm& terminal);
 
-// Shows, in the taskbar and as the time that is left, how far all of an operation is, in bytes.
-// The time is known from the second block on.
+// Shows an operation's progress, in bytes, in the taskbar and as the time left. The time is known
+// from the second block on.
 void ShowTotal(ZoTerm& terminal, std::uint64_t done, std::uint64_t total);
 
-// Ends an operation however far it has come: the commands come back, the clip stops, `sound`
-// replaces the looping one (empty: silence), the dialog is destroyed. `activity` follows. The
-// taskbar's button flashes when the terminal is not in front.
+// Ends an operation at any stage: enables the commands, stops the clip, plays `sound` in place of
+// the looping one (empty: silence), destroys the dialog and sets `activity`. Flashes the taskbar's
+// button when the terminal is not in front.
 void EndOperation(ZoTerm& terminal, const char* sound, Activity activity);
 
-// After the end of an operation that did not end well: the status bar says why, and the taskbar
-// that. `verb` names the operation ("Send"); `status` is that of its transfer, or the reason why
-// none was started.
+// Shows a failed operation in the status bar, with the reason, and in the taskbar. `verb` names the
+// operation ("Send"); `status` is the Win32 error of its transfer or of starting it. ERROR_SUCCESS
+// shows nothing.
 void ShowFailure(ZoTerm& terminal, const char* verb, DWORD status);
 
-// WM_DESTROY of a dialog that goes with its terminal's window instead: ends the sound.
+// For WM_DESTROY of a dialog that closes with its terminal's window: ends converter and sound.
 void ForgetOperation(HWND dialog);
 
 // The dialog's texts and bars.

@@ -17,8 +17,8 @@ std::uint64_t OpenedFileSize(const char* path) {
     return GetFileSizeEx(file.get(), &size) ? static_cast<std::uint64_t>(size.QuadPart) : 0;
 }
 
-// What the folder says of a file, without opening it: a list may have thousands. Of a link it says
-// nothing about the file behind it.
+// Reads the folder's entry instead of opening the file: a list may have thousands. A link's entry
+// has no size of the file behind it.
 std::uint64_t FileSize(const char* path) {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
     if (!GetFileAttributesExA(path, GetFileExInfoStandard, &data))

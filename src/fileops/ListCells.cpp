@@ -7,7 +7,7 @@
 
 namespace {
 
-using CellText = wchar_t[4096]; // what is longer is cut
+using CellText = wchar_t[4096]; // longer texts are cut
 
 constexpr int CellPadding = 12;                    // pixels that a cell leaves free beside its text
 constexpr wchar_t TipProperty[] = L"ZoConsoleTip"; // of the list: its tip's window
@@ -101,8 +101,8 @@ void ForgetTool(HWND tip) {
         SendMessageW(tip, TTM_DELTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
 }
 
-// The cell under the mouse is the tip's one tool, if it is clipped. A cell that stays is left
-// alone: a new tool starts its wait anew.
+// Makes the cell under the mouse the tip's one tool, if it is clipped. Keeps the tool of the same
+// cell, since a new one would restart the tip's delay.
 void FollowMouse(HWND list, HWND tip, POINT at) {
     LVHITTESTINFO hit = {};
     hit.pt = at;

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a list of rows and columns does with the texts of its cells.
+// Texts of a list view's cells. GUI thread.
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-// One file from the device, while its console knows that it talks to a program.
+// Receives one file. "pc on" before and "pc off" behind it switch the device's console.
 
 #include "fileops/ReceiveFileDialog.h"
 
@@ -20,7 +20,7 @@ constexpr UINT SettleTime = 300; // ms until the rest of the console's text has 
 constexpr char ProgramTalks[] = "\n\0pc on\n\0";
 constexpr char PersonTalks[] = "\n\0pc off\n\0";
 
-// The console's text that the device wrote meanwhile, and what of it still comes.
+// Shows the console's text that came during the transfer, and the rest after SettleTime.
 void ShowConsoleText(ZoTerm& terminal) {
     terminal.ShowPortOutput();
     SetTimer(terminal.m_hWnd, SettleTimerId, SettleTime, nullptr);
@@ -71,7 +71,7 @@ INT_PTR OnTransfer(HWND dialog, LPARAM notification) {
     char text[100];
     FormatText(text, "%u (%u blocks, %u errors)", info.Done, info.Block, info.Errors);
     SetProgressLine(dialog, text);
-    // The device names no size, so what has come is all that is known.
+    // The device announces no size, so the total is what has come.
     FormatText(text, "%u of %u bytes received", info.Done, info.Done);
     terminal.SetStatusText(text);
     return TRUE;
@@ -103,7 +103,7 @@ void OpenReceiveFileDialog(ZoTerm& terminal) {
                        &ReceiveFileDialog, 0);
 }
 
-// The console's text has had its time to come.
+// SettleTime is over: the console's text is complete.
 void ZoTerm::OnSettled() {
     KillTimer(m_hWnd, SettleTimerId);
     ShowPortOutput();

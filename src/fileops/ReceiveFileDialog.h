@@ -2,5 +2,6 @@
 
 class ZoTerm;
 
-// GUI thread. Receives m_ReceiveFile from the device; m_ProgressDialog says whether that runs.
+// GUI thread. Receives m_ReceiveFile from the device. Returns at once; the operation runs if
+// Operation.m_ProgressDialog is set.
 void OpenReceiveFileDialog(ZoTerm& terminal);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr UINT SettleTime = 500; // ms that the device gets between two files
 
-// How a batch ends: its sound, the record of the file that it ended with, whether it is complete.
+// How a batch ends: its sound, the record of its last file, whether it is complete.
 struct Ending {
     char (BatchSettings::*sound)[BatchSettings::PathRoom];
     ResultCode record;
@@ -36,8 +36,8 @@ void NoteFailure(ZoTerm& terminal, DWORD status) {
     ShowTaskbarState(terminal.m_hWnd, TaskbarState::Failed);
 }
 
-// The summary comes by a message, when nothing of the dialog is under way any more. Without one the
-// terminal is idle when the dialog is gone.
+// A summary opens by a posted message, when the dialog's own have ended. Without a summary the
+// terminal is idle on return.
 void EndBatch(ZoTerm& terminal, const Ending& ending) {
     TransferBatch& batch = terminal.Batch;
     terminal.After = {};
@@ -89,7 +89,7 @@ void StartFirst(ZoTerm& terminal) {
     BeginOperation(terminal, IDV_SEND);
 }
 
-// Between two files the device gets an empty line, and then some time.
+// Sends the device an empty line between two files, and waits SettleTime behind its answer.
 void Settle(ZoTerm& terminal) {
     ShowFile(terminal);
     terminal.Operation.m_AwaitedLine = terminal.NewTag();
@@ -110,7 +110,7 @@ void Continue(ZoTerm& terminal) {
     case TransferBatch::Search::Found: StartCurrent(terminal); return;
     case TransferBatch::Search::WantsName:
         terminal.Operation.m_WantsName = true;
-        terminal.LookLater(); // no dialog opens within the message at hand
+        terminal.LookLater(); // no dialog opens within this message
         return;
     case TransferBatch::Search::ListRanOut:
         EndBatch(terminal, terminal.Operation.m_Begun ? NormalEnding : NoFileEnding);
@@ -189,7 +189,7 @@ void ZoTerm::FinishBatch() {
         After.shown = true;
         OpenSummaryDialog(*this);
     }
-    if (After.shown && SummaryIsOpen()) // the rest comes when it is closed
+    if (After.shown && SummaryIsOpen()) // called again when it closes
         return;
     if (std::exchange(After.complete, false))
         SendMusicCommand(*this);

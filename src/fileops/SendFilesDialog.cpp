@@ -85,7 +85,7 @@ INT_PTR OnTimer(HWND dialog) {
     return TRUE;
 }
 
-// A transfer's last notification ends the batch; what else the batch may wait for just ends.
+// A running transfer's last notification ends the batch; any other wait ends here.
 INT_PTR OnCommand(HWND dialog, WORD command) {
     if (command != IDCANCEL)
         return FALSE;

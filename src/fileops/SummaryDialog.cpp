@@ -1,4 +1,4 @@
-// The outcome of the last send batch, a row for each file.
+// The records of the last send batch, a row for each file.
 
 #include "fileops/SummaryDialog.h"
 
@@ -86,7 +86,7 @@ void SetNumber(HWND list, int row, int column, std::uint32_t number) {
     SetCell(list, row, column, text);
 }
 
-// The file goes by the name that the user knows, if that is not too long.
+// Shows the file's long name, if that fits.
 void InsertRow(HWND list, int row, const char* name, const Status& status) {
     LVITEMW item = {};
     item.mask = LVIF_TEXT | LVIF_IMAGE;
@@ -101,7 +101,7 @@ void InsertRow(HWND list, int row, const char* name, const Status& status) {
     SetCell(list, row, StatusColumn, status.text);
 }
 
-// A list that draws between two rows takes longer for each row, the more it has.
+// Without drawing between two rows, which takes longer the more rows there are.
 void FillRows(const ZoTerm& terminal, HWND list) {
     SendMessageA(list, WM_SETREDRAW, FALSE, 0);
     SendMessageA(list, LVM_DELETEALLITEMS, 0, 0);
@@ -151,7 +151,7 @@ HIMAGELIST MakeImages() {
     return images;
 }
 
-// Back to where it was left, if that is a place on a screen still.
+// Moves the dialog to where it was left, if a monitor still shows that place.
 void Place(const ZoTerm& terminal, HWND dialog) {
     const RECT& rect = terminal.Settings.m_SummaryRect;
     const bool stored = rect.left != 0 || rect.top != 0;
@@ -180,8 +180,8 @@ void Remember(HWND dialog) {
     GetWindowRect(dialog, &TerminalOfDialog(dialog).Settings.m_SummaryRect);
 }
 
-// List and button move at once: a list that moved first would cover the button, of which nothing
-// would then be drawn in its new place.
+// Moves list and button together: a list that moved first would cover the button, which would then
+// not be drawn in its new place.
 INT_PTR OnSize(HWND dialog, int width, int height) {
     const HWND button = GetDlgItem(dialog, IDOK);
     RECT rect = {};
@@ -223,7 +223,7 @@ INT_PTR OnDestroy(HWND dialog) {
         terminal.Settings.m_SummaryColumnWidths[i] = static_cast<std::int32_t>(
             SendMessageA(ListOf(dialog), LVM_GETCOLUMNWIDTH, static_cast<WPARAM>(i), 0));
     terminal.m_SummaryDialog = nullptr;
-    terminal.m_SummaryImages = nullptr; // the list has destroyed them, or will
+    terminal.m_SummaryImages = nullptr; // the list destroys them
     return TRUE;
 }
 

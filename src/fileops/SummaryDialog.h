@@ -2,6 +2,6 @@
 
 class ZoTerm;
 
-// GUI thread. Lists the outcome of the last batch's files; one that is open already lists anew. The
-// terminal's window is disabled until it is closed. Returns at once.
+// GUI thread. Lists the records of the last batch in a dialog that covers the terminal's window,
+// and returns at once. If it is open already, fills it anew.
 void OpenSummaryDialog(ZoTerm& terminal);

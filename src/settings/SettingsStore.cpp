@@ -113,7 +113,7 @@ void ReadMusicRows(TermSettings& settings, HKEY key) {
     const std::int32_t rows = std::clamp(settings.m_MusicSupportExt, 0, MostMusicRows);
     if (settings.m_MusicSupportCurExt < 0 || settings.m_MusicSupportCurExt >= rows)
         settings.m_MusicSupportCurExt = 0;
-    settings.m_MusicSupportExt = 0; // the count that was read; there is no table yet
+    settings.m_MusicSupportExt = 0; // only the count has been read: no table yet
     const std::unique_ptr<char[]> buffer(new (std::nothrow) char[MusicTextRoom]);
     if (!buffer || !ResizeMusicSupport(settings, rows))
         return;

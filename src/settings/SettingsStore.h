@@ -1,7 +1,7 @@
 #pragma once
 
 // A terminal's settings on their way between memory and its registry key under HKEY_CURRENT_USER.
-// GUI thread. A key that cannot be opened is no error: defaults are loaded, nothing is saved.
+// GUI thread. When the key cannot be opened, loading gives the defaults and saving does nothing.
 
 #include <cstddef>
 #include <cstdint>
@@ -21,8 +21,8 @@ struct CommandHistory {
 // The first file of the last batch goes into `sendFile`, a packed list of `room` bytes.
 void LoadSettings(const char* keyPath, TermSettings& settings, char* sendFile, std::uint32_t room);
 
-// Saves every setting and the first file of `sendFile`. Of the history, empty lines stay out, and
-// so does what the key holds beyond `count`.
+// Saves every setting, the first file of `sendFile` and the history. Leaves the key's values of
+// empty lines and of lines beyond `count` as they are.
 void SaveSettings(const char* keyPath, TermSettings& settings, const char* sendFile,
                   const CommandHistory& history);
 

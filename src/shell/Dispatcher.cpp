@@ -1,5 +1,5 @@
-// The hidden dispatcher window: it owns the terminals, opens and closes them on their own
-// request, and hands accelerator commands to the active one.
+// The hidden dispatcher window: it owns the terminals, opens and closes them on request, and passes
+// accelerator commands to the active one.
 
 #include "shell/Dispatcher.h"
 

@@ -23,8 +23,8 @@ static_assert(sizeof(ForwardRequest) == sizeof(COPYDATASTRUCT) &&
                   offsetof(ForwardRequest, list) == offsetof(COPYDATASTRUCT, lpData),
               "the request is the message's descriptor");
 
-// What the start hands on, and the threads that do it. One wait covers MAXIMUM_WAIT_OBJECTS
-// threads; when so many run, they are waited for before the next starts.
+// The files to forward, and the threads that do it. One wait covers MAXIMUM_WAIT_OBJECTS threads;
+// when that many run, they are awaited before the next starts.
 struct Forwarder {
     const PathList* files;
     HANDLE ForwardThreads[MAXIMUM_WAIT_OBJECTS];

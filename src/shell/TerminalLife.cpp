@@ -42,7 +42,7 @@ void InitializeControls() {
     InitCommonControlsEx(&controls);
 }
 
-// A repeated registration fails, and that is fine.
+// Only the first registration succeeds.
 void RegisterTerminalClass() {
     WNDCLASSA terminal = {};
     terminal.lpfnWndProc = &TerminalClassProc;
@@ -64,7 +64,7 @@ LONG Sum(std::int32_t start, std::int32_t extent) {
         std::clamp<std::int64_t>(std::int64_t{start} + extent, LONG_MIN, LONG_MAX));
 }
 
-// The saved place, as far as it still is one: monitors come and go.
+// Moves the saved place into sight: monitors come and go.
 void PlaceInSight(TermSettings& settings) {
     if (IsDefault(settings.m_WindowX) || IsDefault(settings.m_WindowWidth) ||
         IsDefault(settings.m_WindowHeight))

@@ -1,4 +1,4 @@
-// Process entry: hand files to running terminals and end, or run as an instance of its own.
+// Process entry: forwards files to running terminals and ends, or runs as a new instance.
 
 #include "base/FileNames.h"
 #include "link/SystemCodePage.h"
@@ -14,19 +14,19 @@
 #include <cwchar>
 
 extern "C" int _dowildcard; // of the runtime
-int _dowildcard = 0;        // a name with a wildcard is nobody's: no file is sent unasked
+int _dowildcard = 0;        // no wildcards: they would send files that nobody named
 
 namespace {
 
-// The program's name, which may stand in quotes, is no argument.
+// True when anything follows the program's name, which may be quoted.
 bool HasArguments(const wchar_t* line) {
     for (bool quoted = false; *line && (quoted || (*line != L' ' && *line != L'\t')); ++line)
         quoted = quoted != (*line == L'"');
     return line[std::wcsspn(line, L" \t")] != L'\0';
 }
 
-// Arguments 1 and up. A name means a file of this start's folder, whoever gets it. False without
-// memory for all of them.
+// Reads arguments 1 and up, as paths from this process's folder, whichever process sends them.
+// False without memory.
 bool ReadArguments(PathList& files) {
     if (!HasArguments(GetCommandLineW())) // the system's parser comes with a large library
         return true;
@@ -42,9 +42,9 @@ bool ReadArguments(PathList& files) {
 } // namespace
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
-    SetErrorMode(SEM_FAILCRITICALERRORS); // a drive without a disk fails, and asks for none
+    SetErrorMode(SEM_FAILCRITICALERRORS); // a drive without a disk fails without a message box
 
-    // What is loaded later comes from the system's folder, never from where the user stands.
+    // Libraries loaded later come from the system's folder, never from the current one.
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
 
     UseSystemCodePage();

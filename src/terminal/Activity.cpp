@@ -1,5 +1,5 @@
-// What the terminal does, and what waits until it may be done: a look at all of that comes by a
-// posted message, and for messages that get lost by a slow timer as long as anything is awaited.
+// What the terminal does, and what has to wait. LookAgain does what has become due; it runs on a
+// posted message and, in case that is lost, on a slow timer while anything is awaited.
 
 #include "terminal/DispatcherRequest.h"
 #include "terminal/ModalScope.h"
@@ -60,7 +60,7 @@ void ZoTerm::LookAgain() {
     LookAtOpening();
     if (Port->IsLost())
         LosePort();
-    TakeAnswers();
+    TakeLineResults();
     LookAtOperation();
     LookAtConverter();
     if (Operation.m_WantsName && !IsCovered())
@@ -79,7 +79,7 @@ void ZoTerm::EnterModal() {
     ++m_ModalDepth;
 }
 
-// Nothing is done here: the function that ran the loop still works with the terminal.
+// Only posts a look: the function that ran the loop still uses the terminal.
 void ZoTerm::LeaveModal() {
     --m_ModalDepth;
     if (m_Covers > 0) // the system's dialog has enabled the window
@@ -102,7 +102,7 @@ void ZoTerm::LeaveCover() {
         LookLater();
 }
 
-// An open dialog comes to the front instead. What still runs is canceled first.
+// Brings an open dialog to the front instead; cancels a running operation first.
 LRESULT ZoTerm::OnClose() {
     const bool behindDialog = m_Covers > 0 || ModalScope::DialogOnTopIs(*this);
     if (behindDialog)
@@ -116,7 +116,7 @@ LRESULT ZoTerm::OnClose() {
     if (OperationRuns() && Operation.m_ProgressDialog)
         SendMessageA(Operation.m_ProgressDialog, WM_COMMAND, IDCANCEL, 0);
     CloseIfDue();
-    return 0; // the terminal may be gone: nothing of it may be touched here
+    return 0; // the terminal may be gone: do not touch it here
 }
 
 // The terminal may be gone when this returns.
@@ -129,7 +129,7 @@ void ZoTerm::CloseIfDue() {
     SendMessageA(m_Dispatcher, DispatcherRequest, MAKEWPARAM(RequestCloseTerminal, m_Slot), 0);
 }
 
-// No WM_CLOSE comes when the session ends.
+// The session ends without a WM_CLOSE.
 LRESULT ZoTerm::OnEndSession(WPARAM ends) {
     if (!ends)
         return 0;

@@ -1,12 +1,11 @@
 #pragma once
 
-// When the pane takes its next text. An append may cost its control many times what the text is
-// worth, most of it for the scroll bars, so in a flood text is joined until appends and the pauses
-// between them are in proportion. A burst shows at once: only what goes on for long pays.
-// Times are in ms of one running clock.
+// Decides when the pane takes its next text. An append costs much the same for any length, most of
+// it for the scroll bars, so under a flood text is joined and appends are spaced in proportion to
+// what they cost. A short burst shows at once. Times are in ms of one running clock.
 class AppendPace {
 public:
-    void Appended(double began, double ended);
+    void Appended(double began, double ended); // reports an append and its times
 
     // The moment from which the next append may come.
     double Due() const { return m_Due; }

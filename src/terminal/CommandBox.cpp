@@ -42,7 +42,7 @@ bool ZoTerm::CreateCommandBox() {
     m_hCommand = CreateWindowExA(
         0, "COMBOBOX", "", WS_CHILD | WS_VISIBLE | CBS_DROPDOWN | CBS_AUTOHSCROLL, 0, 0, 0, 0,
         m_hWnd, reinterpret_cast<HMENU>(IDC_COMMAND), ProgramModule, nullptr);
-    // What the box takes is what is sent: no line is cut behind the user's back.
+    // The box takes no more than can be sent, so no line is cut silently.
     SendMessageA(m_hCommand, CB_LIMITTEXT, LineRoom - 1, 0);
     return m_hCommand != nullptr;
 }

@@ -1,5 +1,5 @@
-// Command lines on their way to the device, and what comes of them. The port sends one after the
-// other; the window never waits.
+// Command lines on their way to the device, and their results. The port sends one after the other;
+// the window never waits.
 
 #include "base/Text.h"
 #include "terminal/MessageLoop.h"
@@ -28,32 +28,32 @@ bool ZoTerm::QueueLines(const char* lines, std::uint32_t tag) {
     return LinesQueued(Port->QueueCommands(lines, tag), lines, tag);
 }
 
-// What was said of an earlier line lasts until a person sends the next.
+// A note about an earlier line stays until the user sends the next one.
 bool ZoTerm::LinesQueued(bool queued, const char* line, std::uint32_t tag) {
     if (tag == LineAloud)
-        Say(m_LineNote, "");
+        ShowNote(m_LineNote, "");
     if (queued) {
         Watch();
     } else if (tag == LineAloud) {
         PlayWav(Settings.m_CmdErrWav);
-        SayOfLine("Refused", line);
+        ReportLine("Refused", line);
     }
     return queued;
 }
 
-void ZoTerm::SayOfLine(const char* what, const char* line) {
+void ZoTerm::ReportLine(const char* what, const char* line) {
     StatusNote text;
     FormatText(text, "%s: %s", what, line);
-    Say(m_LineNote, text);
+    ShowNote(m_LineNote, text);
 }
 
-void ZoTerm::TakeAnswers() {
+void ZoTerm::TakeLineResults() {
     LineResult result;
     while (Port->TakeResult(&result))
-        TakeAnswer(result);
+        TakeLineResult(result);
 }
 
-void ZoTerm::TakeAnswer(const LineResult& result) {
+void ZoTerm::TakeLineResult(const LineResult& result) {
     bool aloud = result.tag == LineAloud;
     for (AwaitedLine* line = m_AwaitedLines; line; line = line->below)
         if (line->tag == result.tag) {
@@ -63,13 +63,13 @@ void ZoTerm::TakeAnswer(const LineResult& result) {
     if (aloud)
         PlayWav(result.accepted ? Settings.m_CmdWav : Settings.m_CmdErrWav);
     if (aloud && !result.accepted)
-        SayOfLine(result.answered ? "Refused" : "No answer", result.text);
+        ReportLine(result.answered ? "Refused" : "No answer", result.text);
     if (result.tag >= FirstOwnTag && result.tag == Operation.m_AwaitedLine)
         SendMessageA(Operation.m_ProgressDialog, LinkMessage, NotifyAnswer,
                      static_cast<LPARAM>(result.tag));
 }
 
-// Their port is gone, and took the results along.
+// Ends the waits for lines whose port is gone, and their results with it.
 void ZoTerm::RefuseAwaitedLines() {
     for (AwaitedLine* line = m_AwaitedLines; line; line = line->below)
         line->done = true;
@@ -78,11 +78,11 @@ void ZoTerm::RefuseAwaitedLines() {
                      static_cast<LPARAM>(Operation.m_AwaitedLine));
 }
 
-// For another program that sends a line and waits for what comes of it: every window of this one
-// goes on meanwhile. Nonzero when the device has accepted it.
+// For another program that sends a line and waits for its result: all windows of this program go on
+// meanwhile. Nonzero when the device has accepted the line.
 LRESULT ZoTerm::AwaitAnswer(const char* line) {
     AwaitedLine awaited = {NewTag()};
-    Say(m_LineNote, "");
+    ShowNote(m_LineNote, "");
     if (!QueueLine(line, awaited.tag)) {
         PlayWav(Settings.m_CmdErrWav);
         return 0;

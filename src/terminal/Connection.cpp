@@ -19,7 +19,7 @@ constexpr std::uint32_t InputBufferSize = 4096;
 constexpr DWORD QuickOpening = 40; // ms; most ports are open by then
 constexpr UINT LookPeriod = 2000;  // ms between two looks for a port that is gone
 
-// "COM3", and what there is to say of it.
+// "COM3", and its state in words.
 struct PortSentence {
     char text[256];
     PortSentence(std::int32_t number, const char* words) {
@@ -48,14 +48,14 @@ struct WhyNotOpen {
 
 } // namespace
 
-// The answer is for callers that need it at once: they wait in the program's own message loop.
+// For callers that need the outcome at once: they wait in the program's own message loop.
 bool ZoTerm::OpenPort(std::int32_t number, std::uint32_t baud) {
     BeginOpening(number, baud, PortReason::Chosen);
     AwaitOpening();
     return number > 0 && Settings.m_PortNumber == number;
 }
 
-// One that is under way is left, unless it is just this one.
+// Abandons an opening that is under way, unless it is for the same port and rate.
 void ZoTerm::BeginOpening(std::int32_t number, std::uint32_t baud, PortReason reason) {
     const bool same = OpensPort() && m_OpeningNumber == number && m_OpeningBaud == baud;
     const bool left = m_Opening && !same;
@@ -75,7 +75,7 @@ void ZoTerm::BeginOpening(std::int32_t number, std::uint32_t baud, PortReason re
     ShowPort(0);
     char text[32];
     FormatText(text, "Opening COM%d...", static_cast<int>(number));
-    Say(m_PortNote, text);
+    ShowNote(m_PortNote, text);
 }
 
 void ZoTerm::StartToOpen(std::int32_t number, std::uint32_t baud, DWORD period, bool afterClose) {
@@ -86,7 +86,7 @@ void ZoTerm::StartToOpen(std::int32_t number, std::uint32_t baud, DWORD period, 
         StartOpening({number, baud, InputBufferSize, period, afterClose}, m_hWnd, LookMessage);
 }
 
-// The port is open, or it is not. This may come at any moment: another window keeps the keyboard.
+// Takes the port over, open or not. This may come at any moment, so another window keeps the focus.
 void ZoTerm::FinishOpening(std::int32_t number) {
     const bool tried = m_Opening != nullptr;
     if (tried)
@@ -99,7 +99,7 @@ void ZoTerm::FinishOpening(std::int32_t number) {
         StopWaiting();
     if (connected && Settings.m_BaudRate == m_BaudBefore) // else the user has chosen another
         Settings.m_BaudRate = m_OpeningBaud;
-    Say(m_PortNote, "");
+    ShowNote(m_PortNote, "");
     ShowPort(connected ? number : 0);
     if (tried && !connected)
         TakeFailedOpening(number, error);
@@ -115,37 +115,36 @@ void ZoTerm::TakeFailedOpening(std::int32_t number, DWORD error) {
     if (m_PortReason == PortReason::Saved && IsNotThere(error))
         WaitForPort(number);
     else
-        Say(m_PortNote, PortSentence(number, WhyNotOpen(error).text).text);
+        ShowNote(m_PortNote, PortSentence(number, WhyNotOpen(error).text).text);
 }
 
-// A port that has gone is taken again when it is back. A worker looks for it, in silence: the
-// terminal is as usable as without a port. The timer is for a message of the worker's that gets
-// lost.
+// Reopens a port that is gone as soon as it is back. A worker looks for it; meanwhile the terminal
+// works as without a port. The timer stands in for a lost message of the worker.
 void ZoTerm::WaitForPort(std::int32_t number) {
     m_AwaitedPort = number;
     m_PortReason = PortReason::Awaited;
     StartToOpen(number, Settings.m_BaudRate, LookPeriod, false);
     SetTimer(m_hWnd, PortTimerId, LookPeriod, nullptr);
-    Say(m_PortNote, PortSentence(number, "is gone, waiting for it").text);
+    ShowNote(m_PortNote, PortSentence(number, "is gone, waiting for it").text);
 }
 
 void ZoTerm::StopWaiting() {
     if (std::exchange(m_AwaitedPort, 0) == 0)
         return;
     KillTimer(m_hWnd, PortTimerId);
-    Say(m_PortNote, "");
+    ShowNote(m_PortNote, "");
 }
 
 bool ZoTerm::OpensPort() const {
     return m_Opening && m_PortReason != PortReason::Awaited;
 }
 
-// The port that is to be open, though it is not.
+// The port that is being opened or waited for; 0: none.
 std::int32_t ZoTerm::WantedPort() const {
     return OpensPort() ? m_OpeningNumber : m_AwaitedPort;
 }
 
-// As long as a driver takes. Without a place on the stack for one more wait, it ends later.
+// Returns when the driver is done, or at once when too many waits are on the stack already.
 void ZoTerm::AwaitOpening() {
     if (!OpensPort() || SenderWait::TooMany())
         return;
@@ -161,17 +160,17 @@ void ZoTerm::LookAtOpening() {
         FinishOpening(m_OpeningNumber);
 }
 
-// What waited was for the device that goes. True when a port was open. One that its driver holds is
-// left to it.
+// Discards queued lines, which were for this port's device. True when a port was open. A port that
+// its driver does not release is given up.
 bool ZoTerm::ClosePort() {
     const bool wasOpen = Port->Close() || Port->IsGivenUp();
-    TakeAnswers();
+    TakeLineResults();
     if (Port->IsGivenUp())
         ReplacePort(CreateComPort());
     return wasOpen;
 }
 
-// Without another one, the old one stays.
+// Null, for no memory, keeps the old port.
 void ZoTerm::ReplacePort(ComPort* port) {
     if (!port)
         return;
@@ -194,8 +193,8 @@ void ZoTerm::ShowPort(std::int32_t number) {
     SetWindowTextA(m_hWnd, title);
 }
 
-// A pulled adapter's driver may leave the open handle silent, so the system's own word counts, and
-// every change among the devices is a reason to ask the port, or for it.
+// The driver of an unplugged adapter may leave the open handle silent, so the system's notice
+// counts, and every device change is a reason to check the port, or to look for it.
 LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
     if (m_AwaitedPort && m_Opening)
         HurryOpening(m_Opening);
@@ -212,8 +211,8 @@ LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
     return TRUE;
 }
 
-// What runs on the port ends with it: well, if it has come to its end just before. Only then the
-// terminal shows that it is disconnected, or the operation's end would enable what needs a port.
+// Ends the operation that runs on the port; one that has just completed still ends well. The
+// terminal shows the disconnection last, since the operation's end enables what needs a port.
 void ZoTerm::LosePort() {
     const std::int32_t number = Settings.m_PortNumber;
     LookAtOperation();

@@ -119,7 +119,7 @@ void ZoTerm::RememberWindow() {
     }
 }
 
-// The command box's edit field asks in its own name.
+// The command box's edit field sends the message itself, so its parent counts, too.
 LRESULT ZoTerm::OnControlColor(HDC context, HWND control) {
     const int background = IsWindowEnabled(m_hCommand) ? COLOR_WINDOW : COLOR_BTNFACE;
     if (control == m_hOutput || control == m_hCommand || GetParent(control) == m_hCommand)
@@ -129,8 +129,8 @@ LRESULT ZoTerm::OnControlColor(HDC context, HWND control) {
     return reinterpret_cast<LRESULT>(GetSysColorBrush(background));
 }
 
-// The system's colors, its contrast or its theme may have changed. The common controls learn of
-// colors by their window.
+// The system's colors, contrast or theme may have changed. The common controls get a change of
+// colors from their parent.
 LRESULT ZoTerm::OnLookChange(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_SYSCOLORCHANGE)
         for (const HWND control : {m_hRebar, m_hToolbar, m_hStatus})

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the dialogs of a terminal share.
+// What the dialogs of a terminal share. GUI thread.
 
 #include <windows.h>
 
@@ -22,8 +22,8 @@ INT_PTR CloseCover(HWND dialog);
 // size.
 void CenterOverTerminal(HWND dialog);
 
-// Gives a control of a dialog the keyboard. A button is then the one that Enter presses, and the
-// only one that is drawn so.
+// Sets the focus to a control of a dialog. A button becomes the default button, and the only one
+// drawn so.
 void FocusControl(HWND dialog, int control);
 
 // Places a window, its rectangle given in screen coordinates.

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-// What a terminal asks of its dispatcher: DispatcherRequest sent with the code in the low word
-// of wParam and the terminal's slot in the high word. The answer is always 0.
+// A terminal's requests to its dispatcher: DispatcherRequest, sent with the code in the low word of
+// wParam and the terminal's slot in the high word. Returns 0.
 constexpr UINT DispatcherRequest = WM_APP;
 
 enum DispatcherRequestCode : WORD {

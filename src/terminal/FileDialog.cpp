@@ -37,7 +37,7 @@ Choice ChoosePath(OPENFILENAMEW dialog, FileDialogKind run, Spelling spelling,
     if (!RunFileDialog(dialog, run))
         return Choice::None;
     if (!NarrowPath(chosen, spelling, narrow))
-        return Choice::Unspeakable;
+        return Choice::Unspellable;
     CopyText(path, narrow);
     return Choice::Made;
 }

@@ -53,7 +53,7 @@ void FormatLabel(char (&label)[LabelRoom], const char* name, unsigned item) {
         CopyText(label, shown);
 }
 
-// Forgets the items of an earlier file, and the separator before them.
+// Removes the items of an earlier file, and the separator before them.
 void RemoveItems(HMENU menu) {
     for (UINT item = 0; item < MostItems; ++item)
         if (!RemoveMenu(menu, CMD_MACRO_FIRST + item, MF_BYCOMMAND))
@@ -70,7 +70,7 @@ bool ZoTerm::ChooseMacrosFile() {
     const ModalScope scope(*this);
     const Choice choice =
         ChoosePath(dialog, &GetOpenFileNameW, Spelling::MayBeShort, Settings.m_MacrosFile);
-    if (choice == Choice::Unspeakable)
+    if (choice == Choice::Unspellable)
         SetStatusText("Wrong file name");
     return choice == Choice::Made;
 }
@@ -121,8 +121,8 @@ void ZoTerm::RunMacro(unsigned index) {
     SendMacroLines(lines);
 }
 
-// All at once, so that no other line comes between them. A character that became a line end on its
-// way through the code pages must not end the command line early: such a line is not sent.
+// Queues all lines at once, so that no other line comes between them. A line in which a character
+// became a line end on its way through the code pages is left out: it would end early.
 void ZoTerm::SendMacroLines(char* lines) {
     char* kept = lines;
     bool refused = false;

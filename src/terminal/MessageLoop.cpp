@@ -8,8 +8,8 @@ namespace {
 
 HWND Dispatcher = nullptr;
 HACCEL Accelerators = nullptr;
-bool Dispatches = false; // a posted message is carried out, not one that was sent
-int Waits = 0;           // handlers on the stack that cannot answer their sender yet
+bool Dispatches = false; // a posted message is dispatched, not a sent one
+int Waits = 0;           // handlers on the stack whose sender waits
 constexpr int MostWaits = 24;
 
 // The modeless dialog that has the keyboard, if one has it.
@@ -19,16 +19,15 @@ HWND ActiveDialog() {
     return active && GetClassLongPtrA(active, GCW_ATOM) == dialogClass ? active : nullptr;
 }
 
-// A progress dialog, which is known by its clip, comes to the front by itself, perhaps under the
-// hands of somebody who types a line: Enter is not for its buttons. The boot dialog only comes when
-// it is called.
+// A progress dialog, known by its clip, comes to the front by itself, perhaps while the user types
+// a line: that Enter is not for its buttons. The boot dialog opens only on a command.
 bool IsStrayEnter(HWND dialog, const MSG& message) {
     return message.message == WM_KEYDOWN && message.wParam == VK_RETURN &&
            GetDlgItem(dialog, IDC_CLIP) && !GetDlgItem(dialog, IDC_REBOOT);
 }
 
-// A message that the accelerators took still reaches its own window, but makes no character.
-// Dialogs get their keys: Tab, Enter, Esc.
+// A key that is an accelerator still reaches its window, but makes no character. Dialogs get their
+// keys: Tab, Enter, Esc.
 void CarryOut(MSG& message) {
     const HWND dialog = ActiveDialog();
     const bool covers = dialog && !IsWindowEnabled(GetParent(dialog)); // no commands behind it
@@ -50,7 +49,7 @@ void PrepareMessageLoop(HWND dispatcher, HACCEL accelerators) {
 bool MessageStep() {
     const bool before = std::exchange(Dispatches, false);
     MSG message;
-    const bool got = GetMessageA(&message, nullptr, 0, 0) > 0; // carries out what is sent
+    const bool got = GetMessageA(&message, nullptr, 0, 0) > 0; // dispatches sent messages
     Dispatches = true;
     if (got)
         CarryOut(message);

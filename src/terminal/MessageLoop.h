@@ -2,21 +2,20 @@
 
 #include <windows.h>
 
-// The program's message loop, in steps: whoever has to wait within a handler takes steps, too.
-// GUI thread.
+// The program's message loop, in steps: a handler that has to wait takes steps, too. GUI thread.
 
 // Accelerators are translated on behalf of the dispatcher, which knows the active terminal.
 void PrepareMessageLoop(HWND dispatcher, HACCEL accelerators);
 
-// Waits for a message and carries it out. False when the program is to end; then the message that
-// says so is in the queue again.
+// Waits for a message and dispatches it. False for WM_QUIT, which it posts again for the outer
+// loop.
 bool MessageStep();
 
-// True when another thread or process sent the message at hand and waits for its answer.
+// True when another thread or process sent the current message and waits for its return.
 bool SenderWaits();
 
-// Stands in a handler that takes steps until it can answer such a sender. To the system, all that
-// is carried out in these steps is a part of the sent message.
+// Marks a handler that takes steps before it returns to such a sender. To the system, all that is
+// dispatched in these steps is part of the sent message.
 class SenderWait {
 public:
     SenderWait();
@@ -24,5 +23,5 @@ public:
     SenderWait(const SenderWait&) = delete;
     SenderWait& operator=(const SenderWait&) = delete;
 
-    static bool TooMany(); // one more would wait too deep on the stack
+    static bool TooMany(); // the stack has no room for another wait
 };

@@ -2,9 +2,9 @@
 
 class ZoTerm;
 
-// Is in every function that runs a message loop on behalf of a terminal: a dialog of the system, or a
-// wait. As long as one stands, functions of the terminal are on the stack below that loop, so the
-// terminal is not destroyed, whatever a person or another program asks. GUI thread.
+// Put one into every function that runs a message loop for a terminal: a dialog of the system, or a
+// wait. While one lives, functions of the terminal are on the stack below that loop, so the
+// terminal is not destroyed, whatever the user or another program asks for. GUI thread.
 class ModalScope {
 public:
     enum Kind { Dialog, Wait };

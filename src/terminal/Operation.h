@@ -1,6 +1,6 @@
 #pragma once
 
-// What a terminal does, and the records of its file operation.
+// What a terminal does, and the state of its file operation.
 
 #include <windows.h>
 
@@ -8,7 +8,7 @@
 
 struct Conversion;
 
-// What a terminal does. Whoever begins or changes something asks this first.
+// What a terminal does. Check it before you begin or change something.
 enum class Activity {
     Idle,
     Opening,    // a driver takes its time to open the port
@@ -26,7 +26,7 @@ struct FileOperationState {
     Conversion* m_Conversion = nullptr; // the converter at work
     std::uint32_t m_Transfer = 0;       // the number of the transfer that is awaited
     std::uint32_t m_AwaitedLine = 0;    // the tag of the line whose answer is awaited
-    DWORD m_Failure = 0;                // why the first file failed that did
+    DWORD m_Failure = 0;                // Win32 error of the first file that failed
     std::uint64_t m_ClockStart = 0;     // GetTickCount64 of the first progress; 0: none yet
     std::uint64_t m_ClockBytes = 0;     // that had gone by then
     bool m_ClipPlays = false;
@@ -38,9 +38,9 @@ struct FileOperationState {
 
 // What follows an operation.
 struct AfterOperation {
-    bool summary = false;      // it is to be shown
+    bool summary = false;      // to be shown
     bool shown = false;        // it has been opened
     bool complete = false;     // the batch has come to the end of its list
     bool converted = false;    // it was one converted file
-    bool consoleWaits = false; // a receive did not start; its console is to hear of its end
+    bool consoleWaits = false; // a receive did not start; the device gets "pc off" later
 };

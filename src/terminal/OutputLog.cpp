@@ -17,8 +17,8 @@ bool FormatNow(char (&text)[LogTimeLength + 1]) {
 
 } // namespace
 
-// Also reopens it: the settings may name another file now. Others may read the file meanwhile, but
-// only one terminal writes it. The file may be larger than 4 GB.
+// Closes an open log first: the settings may name another file. Others may read the file, but only
+// one terminal writes it. It may be larger than 4 GB.
 void ZoTerm::OpenLog() {
     CloseLog();
     m_LogFails = false;
@@ -44,7 +44,7 @@ void ZoTerm::WriteLog(const char* bytes, std::uint32_t count) {
         AppendToLog(bytes, count);
 }
 
-// False without memory: then the text is kept at least.
+// False, with nothing written, without memory.
 bool ZoTerm::AppendStamped(const char* bytes, std::size_t count) {
     const std::size_t size = m_LogStamp.StampedSize(bytes, count);
     const std::unique_ptr<char[]> stamped(new (std::nothrow) char[size]);
@@ -64,8 +64,8 @@ void ZoTerm::AppendToLog(const char* bytes, std::size_t count) {
         ReportLog(ERROR_DISK_FULL);
 }
 
-// Once, until the log is opened again: what is shown meanwhile is not wiped out by every piece of
-// text.
+// Reports the first failure since the log was opened: later ones would overwrite the status bar
+// with every piece of text.
 void ZoTerm::ReportLog(DWORD error) {
     if (m_LogFails)
         return;

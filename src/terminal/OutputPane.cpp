@@ -21,7 +21,7 @@ constexpr UINT GaugePeriod = 100;           // ms
 constexpr std::uint32_t GaugeRestarts = 10;
 constexpr char FullPane[] = "The output is full: Clear (F5), or View > Drop Oldest Text";
 
-// In ms since some moment.
+// In ms of a running clock.
 double Now() {
     LARGE_INTEGER now;
     LARGE_INTEGER frequency;
@@ -71,8 +71,8 @@ void ZoTerm::ShowPortOutput() {
     RestartGaugeTimer();
 }
 
-// The pane is a text control and cannot hold NULs; what does not fit into it is not shown, unless
-// older text makes room. A character whose last bytes have not come yet waits for them.
+// Leaves out NULs, which a text control cannot hold, and text that does not fit unless older text
+// makes room. Keeps the first bytes of a character that is not complete yet.
 void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
     char text[sizeof(m_SplitCharacter) + DrainLimit];
     wchar_t wide[std::size(text)];
@@ -92,7 +92,7 @@ void ZoTerm::QueuePaneText(const char* bytes, std::uint32_t count) {
     m_PaneTextCount += taken;
 }
 
-// What waits for the pane is as much as it holds at most: it will drop all of its own text then.
+// The queue holds one full pane at most; the pane then drops all of its own text.
 void ZoTerm::MakeQueueRoom(std::uint32_t count) {
     if (m_PaneTextCount + count <= PaneLimit)
         return;
@@ -134,7 +134,7 @@ void ZoTerm::FlushPaneText() {
     AppendToPane(m_PaneText, drop);
     m_PanePace.Appended(began, Now());
     if (drop > 0)
-        RestartGaugeTimer(); // it may show what waited as if it had been added
+        RestartGaugeTimer(); // it may count the queued text twice
 }
 
 void ZoTerm::EmptyOutputPane() {
@@ -143,13 +143,13 @@ void ZoTerm::EmptyOutputPane() {
     SetWindowTextA(m_hOutput, "");
     m_FollowedLine = 0;
     m_FollowedLineCount = 1;
-    m_PaneFullSaid = false;
+    m_PaneFullReported = false;
     ForgetStatusText(FullPane);
 }
 
-// Once, until there is room again.
+// Reports it once, until there is room again.
 void ZoTerm::ReportFullPane() {
-    if (!std::exchange(m_PaneFullSaid, true))
+    if (!std::exchange(m_PaneFullReported, true))
         SetStatusText(FullPane);
 }
 
@@ -158,7 +158,7 @@ void ZoTerm::ToggleDropOldest(WORD) {
     CheckDropOldest();
     if (!Settings.m_DropOldestText)
         return;
-    m_PaneFullSaid = false;
+    m_PaneFullReported = false;
     ForgetStatusText(FullPane);
 }
 
@@ -181,7 +181,7 @@ LRESULT ZoTerm::OnGaugeTimer() {
     KillTimer(m_hWnd, m_Timer);
     m_Timer = 0;
     m_TimerRestarts = 0;
-    if (Settings.m_DropOldestText) // then characters that went do not count
+    if (Settings.m_DropOldestText) // dropped characters do not count
         m_OutputCount = PaneEnd(m_hOutput) + m_PaneTextCount;
     m_OutputCount = std::min(m_OutputCount, PaneLimit);
     if (m_OutputCount != m_ShownFill) // a full gauge need not be drawn again and again

@@ -54,7 +54,7 @@ UINT ZoTerm::FindMessage() {
     return message;
 }
 
-// One for a terminal, whose window takes it along when it goes.
+// A terminal has one at most; it closes with the terminal's window.
 void ZoTerm::ShowFindDialog(WORD) {
     if (m_FindDialog) {
         SetActiveWindow(m_FindDialog);
@@ -75,8 +75,8 @@ void ZoTerm::FindAgain(WORD command) {
         ShowFindDialog(command);
 }
 
-// The dialog writes into the terminal's own record, so the pointer of the message, which may be
-// anybody's, is not used. A dialog that goes may forget what was chosen.
+// Uses the terminal's own record: the message's pointer may come from any process. Keeps the
+// choices, which the dialog may clear when it closes.
 LRESULT ZoTerm::OnFindMessage() {
     if (m_Find.Flags & FR_DIALOGTERM) {
         m_FindDialog = nullptr;
@@ -87,7 +87,7 @@ LRESULT ZoTerm::OnFindMessage() {
     return 0;
 }
 
-// A search that starts at the selection, and does not find it again.
+// Searches from the selection on, which is not found again itself.
 void ZoTerm::FindInPane(bool down) {
     const auto text = PaneText(m_hOutput);
     wchar_t wanted[FindRoom];

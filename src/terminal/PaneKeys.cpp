@@ -1,5 +1,5 @@
-// The keyboard in the output pane. Its text is the device's: what is typed or pasted there goes to
-// the command box, and nothing is deleted. Selecting, copying and moving about work.
+// The keyboard in the output pane. Its text cannot be edited: typed and pasted text goes to the
+// command box. Selecting, copying and moving about work.
 
 #include "resources/resource.h"
 #include "terminal/ZoTerm.h"
@@ -12,8 +12,8 @@ bool IsShiftDown() {
     return GetKeyState(VK_SHIFT) < 0;
 }
 
-// The control would put what an input method makes into its own text; the system makes characters
-// of it.
+// The control would insert an input method's text into its own; the default procedure turns it into
+// WM_CHAR instead.
 bool IsOfInputMethod(UINT message) {
     return (message >= WM_IME_STARTCOMPOSITION && message <= WM_IME_COMPOSITION) ||
            message == WM_IME_CHAR;
@@ -44,11 +44,11 @@ bool ZoTerm::TakePaneInput(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CHAR: return TakePaneCharacter(wParam, lParam);
     case WM_KEYDOWN:
         if (wParam == VK_INSERT && IsShiftDown())
-            GiveToCommandBox(WM_PASTE, 0, 0);
+            PassToCommandBox(WM_PASTE, 0, 0);
         return wParam == VK_DELETE || (wParam == VK_INSERT && IsShiftDown());
     case WM_SYSKEYDOWN:
     case WM_SYSCHAR: return wParam == VK_BACK; // undo
-    case WM_PASTE: GiveToCommandBox(WM_PASTE, 0, 0); return true;
+    case WM_PASTE: PassToCommandBox(WM_PASTE, 0, 0); return true;
     case WM_CUT:
     case WM_CLEAR:
     case WM_UNDO:
@@ -62,15 +62,15 @@ bool ZoTerm::TakePaneCharacter(WPARAM character, LPARAM lParam) {
     if (character == CtrlA)
         SendMessageW(m_hOutput, EM_SETSEL, 0, -1);
     else if (character == CtrlV)
-        GiveToCommandBox(WM_PASTE, 0, 0);
+        PassToCommandBox(WM_PASTE, 0, 0);
     else if (typed || character == VK_RETURN || character == VK_BACK)
-        GiveToCommandBox(WM_CHAR, character, lParam);
+        PassToCommandBox(WM_CHAR, character, lParam);
     return character != CtrlC;
 }
 
-// The keyboard goes to the edit field itself: the box would select its line, and what is typed
-// replace it.
-void ZoTerm::GiveToCommandBox(UINT message, WPARAM wParam, LPARAM lParam) {
+// Focuses the edit field itself: the box would select its line, and the next character replace
+// it.
+void ZoTerm::PassToCommandBox(UINT message, WPARAM wParam, LPARAM lParam) {
     if (!IsWindowEnabled(m_hCommand))
         return;
     const HWND edit = GetDlgItem(m_hCommand, IDC_COMMAND_EDIT);

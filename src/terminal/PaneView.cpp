@@ -1,4 +1,5 @@
-// What the user sees of the output pane: it follows the text that comes, unless somebody reads.
+// The visible part of the output pane: it follows new text unless the user has scrolled or
+// selected.
 
 #include "terminal/PaneView.h"
 
@@ -6,7 +7,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <new>
 
 namespace {
 
@@ -73,9 +73,9 @@ bool Scrolls(const SCROLLINFO& bar) {
     return bar.nMax - bar.nMin >= static_cast<int>(bar.nPage);
 }
 
-// Nothing of the pane is drawn while this lives, and what has changed when it ends. The control
-// would draw both scroll bars with every step, which takes much longer than the step. It need not
-// know WM_SETREDRAW itself.
+// Suppresses drawing of the pane while it lives, and draws the changes at its end. The control
+// would draw both scroll bars with every step, which takes much longer than the step itself.
+// WM_SETREDRAW goes to the default procedure, since the control need not handle it.
 class DrawnOnce {
 public:
     explicit DrawnOnce(HWND pane)
@@ -103,7 +103,7 @@ private:
     SCROLLINFO m_Down;
 };
 
-// What was seen of the text moves with it, at most to the top.
+// Removes the first `count` characters; the view moves up with its text, at most to the top.
 void DropOldest(HWND pane, std::uint32_t count, PaneView& view) {
     const LRESULT lines = SendMessageW(pane, EM_LINEFROMCHAR, count, 0);
     view.line = std::max<LRESULT>(view.line - lines, 0);
@@ -122,9 +122,9 @@ std::uint32_t PaneEnd(HWND pane) {
         start + SendMessageW(pane, EM_LINELENGTH, static_cast<WPARAM>(start), 0));
 }
 
-std::unique_ptr<wchar_t[]> PaneText(HWND pane) {
+WideBuffer PaneText(HWND pane) {
     const std::uint32_t room = PaneEnd(pane) + 1;
-    std::unique_ptr<wchar_t[]> text(new (std::nothrow) wchar_t[room]());
+    WideBuffer text = MakeWideBuffer(room);
     if (text)
         SendMessageW(pane, WM_GETTEXT, room, reinterpret_cast<LPARAM>(text.get()));
     return text;
@@ -164,8 +164,8 @@ bool ZoTerm::PaneFollows() const {
     return view.line + static_cast<LRESULT>(bar.nPage) >= lines;
 }
 
-// The control does not tell at which end of the selection its caret is, only where it was drawn
-// last; that may be an earlier place when the text was scrolled since.
+// The control does not report at which end of the selection its caret is, only where it was drawn
+// last; that place is out of date when the text has scrolled since.
 void ZoTerm::NoteCaret() {
     POINT caret = {};
     const PaneView view = ViewOf(m_hOutput);

@@ -1,6 +1,7 @@
 // Several lines pasted into the command box: they are sent one after another, and what follows the
 // last line end stays in the box.
 
+#include "base/WideText.h"
 #include "terminal/ZoTerm.h"
 
 #include <cstring>
@@ -12,22 +13,18 @@ namespace {
 
 constexpr wchar_t LineEnds[] = L"\r\n";
 
-using Wide = std::unique_ptr<wchar_t[]>;
-
 // A copy of the clipboard's text; null when it holds none.
-Wide ClipboardText(HWND window) {
+WideBuffer ClipboardText(HWND window) {
     if (!OpenClipboard(window))
         return nullptr;
-    Wide text;
+    WideBuffer text;
     const HANDLE data = GetClipboardData(CF_UNICODETEXT);
     const auto* const source = data ? static_cast<const wchar_t*>(GlobalLock(data)) : nullptr;
     if (source) {
         const std::size_t length = wcsnlen(source, GlobalSize(data) / sizeof(wchar_t));
-        text.reset(new (std::nothrow) wchar_t[length + 1]);
-        if (text) {
+        text = MakeWideBuffer(length + 1);
+        if (text)
             std::wmemcpy(text.get(), source, length);
-            text[length] = L'\0';
-        }
         GlobalUnlock(data);
     }
     CloseClipboard();
@@ -35,14 +32,14 @@ Wide ClipboardText(HWND window) {
 }
 
 // The edit field's text with `pasted` in the place of what is selected.
-Wide TextAfterPaste(HWND edit, const wchar_t* pasted) {
+WideBuffer TextAfterPaste(HWND edit, const wchar_t* pasted) {
     DWORD from = 0;
     DWORD to = 0;
     SendMessageW(edit, EM_GETSEL, reinterpret_cast<WPARAM>(&from), reinterpret_cast<LPARAM>(&to));
     const auto length = static_cast<std::size_t>(GetWindowTextLengthW(edit));
     const std::size_t added = std::wcslen(pasted);
-    const Wide before(new (std::nothrow) wchar_t[length + 1]());
-    Wide after(new (std::nothrow) wchar_t[length + added + 1]());
+    const WideBuffer before = MakeWideBuffer(length + 1);
+    WideBuffer after = MakeWideBuffer(length + added + 1);
     if (!before || !after)
         return nullptr;
     GetWindowTextW(edit, before.get(), static_cast<int>(length + 1));
@@ -75,12 +72,12 @@ std::unique_ptr<char[]> PackLines(const wchar_t* text, const wchar_t*& rest) {
 
 } // namespace
 
-// False when this is no such paste: then the box takes it as it is.
+// False when the clipboard has no line end: then the box pastes it itself.
 bool ZoTerm::PasteLines(HWND edit) {
-    const Wide pasted = ClipboardText(m_hWnd);
+    const WideBuffer pasted = ClipboardText(m_hWnd);
     if (!pasted || !pasted[std::wcscspn(pasted.get(), LineEnds)])
         return false;
-    const Wide text = TextAfterPaste(edit, pasted.get());
+    const WideBuffer text = TextAfterPaste(edit, pasted.get());
     const wchar_t* rest = nullptr;
     const std::unique_ptr<char[]> lines = text ? PackLines(text.get(), rest) : nullptr;
     if (!lines)

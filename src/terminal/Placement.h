@@ -1,6 +1,6 @@
 #pragma once
 
-// Where windows may stand so that a person can see and move them. Rectangles are in screen
+// Where windows may stand so that the user can see and move them. Rectangles are in screen
 // coordinates.
 
 #include <windows.h>
@@ -11,8 +11,8 @@ bool IsInSight(const RECT& rect);
 // The rectangle, made smaller and moved as far as it takes to lie in the nearest work area.
 RECT FitToWorkArea(const RECT& rect);
 
-// FitToWorkArea for one that is larger than the work area; any other stays as it is.
+// FitToWorkArea for a rectangle larger than the work area; returns any other unchanged.
 RECT FitIfLarger(const RECT& rect);
 
-// A window's rectangle; of a minimized one that to which it will be restored.
+// A window's rectangle; for a minimized window the one to which it will be restored.
 RECT RestoredRect(HWND window);

@@ -59,7 +59,7 @@ void DrawSegment(HDC context, const RECT& part, int from, int to, int grey) {
     Rectangle(context, part.left + from, part.top, part.left + to, part.bottom);
 }
 
-// Where the segments end that are dark, and where all end, from the part's left edge.
+// Where the dark segments end, and where all end, in pixels from the part's left edge.
 struct Segments {
     int dark;
     int all;
@@ -83,7 +83,7 @@ Segments DrawSegments(HDC context, const RECT& part, std::uint32_t value) {
     return ends;
 }
 
-// The text changes its color where what is below it does.
+// The text's color changes with the segments below it.
 void DrawGauge(HDC context, const RECT& part, std::uint32_t value) {
     const Segments ends = DrawSegments(context, part, value);
     const struct {
@@ -148,7 +148,7 @@ void ZoTerm::SetStatusText(const char* text) {
     SendMessageA(m_hStatus, SB_SETTEXTA, TextPart | SBT_NOBORDERS, reinterpret_cast<LPARAM>(text));
 }
 
-void ZoTerm::Say(StatusNote& note, const char* text) {
+void ZoTerm::ShowNote(StatusNote& note, const char* text) {
     if (text[0])
         SetStatusText(text);
     else if (note[0] && std::strcmp(m_StatusText, note) == 0)
@@ -156,7 +156,7 @@ void ZoTerm::Say(StatusNote& note, const char* text) {
     CopyText(note, text);
 }
 
-// A text that holds no longer goes, but no other one.
+// Clears the status text if it begins like this.
 void ZoTerm::ForgetStatusText(const char* beginning) {
     if (std::strncmp(m_StatusText, beginning, std::strlen(beginning)) == 0)
         SetStatusText("");

@@ -37,7 +37,7 @@ ITaskbarList3* TheTaskbar() {
 
 void ShowTaskbarState(HWND window, TaskbarState state) {
     constexpr TBPFLAG flags[] = {TBPF_NOPROGRESS, TBPF_INDETERMINATE, TBPF_NORMAL, TBPF_ERROR};
-    if (state == TaskbarState::None && !Taskbar) // then it has shown no other one
+    if (state == TaskbarState::None && !Taskbar) // nothing has been shown yet
         return;
     if (ITaskbarList3* const taskbar = TheTaskbar())
         taskbar->SetProgressState(window, flags[static_cast<int>(state)]);
@@ -53,7 +53,6 @@ UINT TaskbarButtonMessage() {
     return message;
 }
 
-// The object of a taskbar that was is no good for the one that is.
 void ForgetTaskbar() {
     if (Taskbar)
         Taskbar->Release();

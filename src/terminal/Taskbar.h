@@ -1,7 +1,7 @@
 #pragma once
 
-// What the terminal's button in the taskbar shows of a file operation. GUI thread. On a system
-// without that, nothing happens.
+// A file operation's progress on the terminal's taskbar button. GUI thread. Does nothing on a
+// system without such a taskbar.
 
 #include <windows.h>
 
@@ -9,7 +9,7 @@
 
 enum class TaskbarState {
     None,
-    Waiting, // nothing can be said of how far it is
+    Waiting, // the progress is unknown
     Running,
     Failed, // a file has failed
 };
@@ -17,6 +17,8 @@ enum class TaskbarState {
 void ShowTaskbarState(HWND window, TaskbarState state);
 void ShowTaskbarProgress(HWND window, std::uint64_t done, std::uint64_t total);
 
-// The message that says that the taskbar has a button for the window, perhaps a new one.
+// The registered message with which the taskbar reports that it has made the window's button.
 UINT TaskbarButtonMessage();
+
+// Releases the taskbar's object. Call it when a new taskbar has started.
 void ForgetTaskbar();

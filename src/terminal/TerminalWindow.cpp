@@ -58,7 +58,7 @@ LRESULT ZoTerm::TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPA
     return OnRegisteredMessage(message, wParam, lParam);
 }
 
-// A window's size is limited before it is a terminal's.
+// WM_GETMINMAXINFO comes before the window has its terminal.
 LRESULT CALLBACK TerminalClassProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_GETMINMAXINFO)
         return OnGetMinMaxInfo(*reinterpret_cast<MINMAXINFO*>(lParam));
@@ -79,7 +79,7 @@ bool ZoTerm::MakeParts() {
     return Port && m_PaneText && Batch.Allocate();
 }
 
-// A window that was destroyed has taken the link with it.
+// Port is null here after the window was destroyed.
 ZoTerm::~ZoTerm() {
     LeaveOpening(m_Opening);
     DestroyComPort(Port);
@@ -106,7 +106,7 @@ LRESULT ZoTerm::OnCreate(HWND window) {
     return 0;
 }
 
-// Also runs for a window whose creation failed, so it takes what is missing as it is.
+// Also runs for a window whose creation failed, so parts may be missing.
 LRESULT ZoTerm::OnDestroy() {
     SaveSettings(); // reads the history out of the command box, so it comes first
     LeaveOpening(std::exchange(m_Opening, nullptr));
@@ -125,7 +125,7 @@ LRESULT ZoTerm::OnActivate(WPARAM wParam) {
     return 0;
 }
 
-// Messages whose numbers the system gives out.
+// Messages with registered numbers.
 LRESULT ZoTerm::OnRegisteredMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == FindMessage())
         return OnFindMessage();
@@ -155,9 +155,9 @@ LRESULT ZoTerm::OnLinkNotice(WPARAM kind, LPARAM notification) {
         ShowPortOutput();
     if (kind == NotifyTransfer && Operation.m_ProgressDialog)
         return SendMessageA(Operation.m_ProgressDialog, LinkMessage, kind, notification);
-    if (kind == NotifyLost && Port->IsLost()) // not one that an earlier port left in the queue
+    if (kind == NotifyLost && Port->IsLost()) // not an earlier port's
         LosePort();
     if (kind == NotifyAnswer)
-        TakeAnswers();
+        TakeLineResults();
     return 0;
 }

@@ -15,7 +15,7 @@ constexpr WORD ApplyButton = psh3; // of the system's font dialog
 
 } // namespace
 
-// Apply takes the font at once, and for good: it stays when the dialog is then cancelled.
+// Apply takes the font for good: it stays when the dialog is then canceled.
 UINT_PTR CALLBACK ZoTerm::FontApplyHook(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
     if (message != WM_COMMAND || LOWORD(wParam) != ApplyButton)
         return 0;
@@ -40,8 +40,8 @@ void ZoTerm::ChooseTextFont(HWND owner) {
         TakeTextFont(dialog.rgbColors);
 }
 
-// Makes the font that m_Font describes that of the controls. One that cannot be made leaves them the
-// font and the color that they have. The layout follows: the command box is as high as its font.
+// Gives the controls the font that m_Font describes, and lays out the window anew: the command box
+// is as high as its font. Font and color stay when the font cannot be made.
 void ZoTerm::TakeTextFont(COLORREF color) {
     const HFONT before = m_hFont;
     const HFONT made = CreateFontIndirectA(&Settings.m_Font);

@@ -130,8 +130,8 @@ const char* LabelUnderCursor(HWND toolbar) {
     return ToolbarButtons[index].label;
 }
 
-// The tooltip asks in ANSI or in Unicode, as the system's version has it.
-void GiveTooltip(HWND toolbar, NMHDR* request) {
+// The tooltip asks in ANSI or in Unicode, depending on the system.
+void SetTooltip(HWND toolbar, NMHDR* request) {
     const char* label = LabelUnderCursor(toolbar);
     if (!label)
         return;
@@ -225,7 +225,7 @@ void ZoTerm::InsertToolbarBand() {
                  reinterpret_cast<LPARAM>(&band));
 }
 
-// No picture stands behind buttons that are to be clear.
+// No picture behind the buttons under high contrast.
 HBITMAP ZoTerm::BandPicture() const {
     return m_HighContrast ? nullptr : m_BandBitmap;
 }
@@ -238,8 +238,8 @@ void ZoTerm::ShowBandPicture() {
     SendMessageA(m_hRebar, RB_SETBANDINFOA, 0, reinterpret_cast<LPARAM>(&band));
 }
 
-// A menu of the buttons that are hidden; what is chosen comes as the button's command. It runs a
-// message loop, and so not while somebody waits, such as a program that pushes the chevron.
+// A menu of the hidden buttons; a choice comes as the button's command. The menu runs a message
+// loop, so it is put off while a sender waits, such as a program that pushes the chevron.
 void ZoTerm::OpenChevronMenu(const NMREBARCHEVRON& chevron) {
     if (SenderWaits()) {
         PostMessageA(m_hRebar, RB_PUSHCHEVRON, chevron.uBand, chevron.lParamNM);
@@ -260,7 +260,7 @@ void ZoTerm::OpenChevronMenu(const NMREBARCHEVRON& chevron) {
 LRESULT ZoTerm::OnNotify(NMHDR* notification) {
     switch (notification->code) {
     case TTN_NEEDTEXTA:
-    case TTN_NEEDTEXTW: GiveTooltip(m_hToolbar, notification); break;
+    case TTN_NEEDTEXTW: SetTooltip(m_hToolbar, notification); break;
     case TBN_HOTITEMCHANGE:
         ChangeHotItem(m_hToolbar, *reinterpret_cast<NMTBHOTITEM*>(notification));
         break;

@@ -27,7 +27,8 @@ constexpr char TerminalClassName[] = "cs_zoterm";
 constexpr UINT LinkMessage = WM_APP;     // the link's notifications, NotifyKind in wParam
 constexpr UINT LookMessage = WM_APP + 1; // something waits: see LookAgain
 
-// What comes of a queued line, besides its way to the device; NewTag gives others.
+// What the terminal does with a queued line's result: nothing, or sounds and a status text. Tags
+// from NewTag are their owner's.
 enum LineTag : std::uint32_t { LineSilent = 0, LineAloud = 1, FirstOwnTag = 16 };
 
 struct PortOpening;
@@ -49,15 +50,15 @@ public:
     ~ZoTerm();
 
     // The shell makes a terminal in these steps, with the window between the last two.
-    bool MakeParts();     // the link and the buffers; zero without memory
+    bool MakeParts();     // the link and the buffers; false without memory
     void LoadSettings();  // from m_RegKeyPath; what is missing or unusable becomes its default
     void ApplySettings(); // device, port, macros, log
 
     // The window's messages, for TerminalClassProc.
     LRESULT TerminalWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-    // Starts a batch of the files of a packed list, which may have any origin. True when it runs;
-    // false, with nothing disturbed, while anything else does. A port on its way is waited for.
+    // Starts a batch of the files of a packed list, which may have any origin, as soon as an
+    // opening port is open. False, with nothing changed, while another operation runs.
     bool StartSendList(const char* list, std::size_t size);
 
     // What follows a batch once its dialog is gone (fileops/SendBatch.cpp): the summary when it is
@@ -71,8 +72,8 @@ public:
     bool OperationRuns() const; // a converter or a file operation
     bool TakesLists() const;    // an operation may begin
     bool Closes() const { return m_CloseWanted; }
-    bool MayChangeLine() const { return !OperationRuns(); } // port, rate, device
-    void LookLater(); // posts a look at what waits: see LookAgain
+    bool MayChangeLine() const { return !OperationRuns(); }     // port, rate, device
+    void LookLater();                                           // posts LookMessage: see LookAgain
     bool IsCovered() const { return !IsWindowEnabled(m_hWnd); } // by a modal dialog, or OpenCover's
     bool SummaryIsOpen() const { return m_SummaryDialog != nullptr; }
     void EnterModal(); // ModalScope's
@@ -80,8 +81,8 @@ public:
     void EnterCover(); // OpenCover's
     void LeaveCover();
 
-    // Command lines (CommandLines.cpp). They go to the end of the port's queue; what comes of a
-    // line depends on its tag. False when the port is closed or its queue is full.
+    // Command lines (CommandLines.cpp). They go to the end of the port's queue; the tag says what
+    // happens to a line's result. False when the port is closed or its queue is full.
     bool QueueLine(const char* line, std::uint32_t tag);
     bool QueueLines(const char* lines, std::uint32_t tag); // a packed list: all or none
     std::uint32_t NewTag();
@@ -96,12 +97,12 @@ public:
     void EnableCommands(bool enable); // false: a file operation starts; true: it has ended
     void ShowConnection(bool connected);
 
-    void ShowPortOutput(); // moves what the link received into pane, log and counter
+    void ShowPortOutput(); // moves received text from the link into pane, log and gauge
     void SetStatusText(const char* text);
-    // What one side of the terminal says in the status bar, until it says something else; an empty
-    // text takes back what is shown still.
+    // A note in the status bar about one subject, which the subject's next note replaces. An empty
+    // text clears the note if the bar still shows it.
     using StatusNote = char[256];
-    void Say(StatusNote& note, const char* text);
+    void ShowNote(StatusNote& note, const char* text);
     void OpenLog(); // anew: the settings may name another file
 
     // Plans the conversion of a file whose extension is registered (fileops/ConvertFile.cpp).
@@ -209,7 +210,7 @@ private:
     bool StartSendBatch(bool image); // true when it runs
     void OnSettled();                // a receive's end (fileops/ReceiveFileDialog.cpp)
 
-    // Controls and layout (Controls.cpp). CreateControls answers zero when one is missing.
+    // Controls and layout (Controls.cpp). CreateControls returns false when one is missing.
     bool CreateControls(HWND window);
     void DestroyControls();
     LRESULT OnSize(WPARAM wParam, LPARAM lParam);
@@ -249,10 +250,10 @@ private:
     LRESULT SendTypedLine(); // nonzero when it is queued or, if its sender waits, accepted
     void RememberLine(const char* line);
     bool LinesQueued(bool queued, const char* line, std::uint32_t tag);
-    void TakeAnswers();
-    void TakeAnswer(const LineResult& result);
+    void TakeLineResults();
+    void TakeLineResult(const LineResult& result);
     void RefuseAwaitedLines();
-    void SayOfLine(const char* what, const char* line);
+    void ReportLine(const char* what, const char* line);
     bool PasteLines(HWND edit); // PastedLines.cpp
     LRESULT AwaitAnswer(const char* line);
 
@@ -278,7 +279,7 @@ private:
     static LRESULT CALLBACK OutputEditProc(HWND pane, UINT message, WPARAM wParam, LPARAM lParam);
     bool TakePaneInput(UINT message, WPARAM wParam, LPARAM lParam); // true: it ends here
     bool TakePaneCharacter(WPARAM character, LPARAM lParam);
-    void GiveToCommandBox(UINT message, WPARAM wParam, LPARAM lParam);
+    void PassToCommandBox(UINT message, WPARAM wParam, LPARAM lParam);
 
     // Find (PaneFind.cpp).
     static UINT FindMessage(); // that of the system's find dialog
@@ -291,7 +292,7 @@ private:
     void SaveOutput(WORD command); // PaneSave.cpp
     DWORD WriteOutput(const char* path);
 
-    // Output log (OutputLog.cpp). One that cannot be opened leaves the terminal without.
+    // Output log (OutputLog.cpp). The terminal works without one that cannot be opened.
     void ReportLog(DWORD error);
     void WriteLog(const char* bytes, std::uint32_t count);
     bool AppendStamped(const char* bytes, std::size_t count);
@@ -323,7 +324,7 @@ private:
     HIMAGELIST m_ToolbarImages = nullptr;
     HANDLE m_LogHandle = nullptr;
     LogStamp m_LogStamp;
-    bool m_LogFails = false; // and the status bar has said so
+    bool m_LogFails = false; // reported in the status bar
     std::uint32_t m_OutputCount = 0;
     std::uint32_t m_Timer = 0;
     std::uint32_t m_TimerRestarts = 0;
@@ -334,15 +335,15 @@ private:
     std::uint32_t m_OpeningBaud = 0;
     std::uint32_t m_BaudBefore = 0; // the setting when the opening began
     PortReason m_PortReason = PortReason::Chosen;
-    std::int32_t m_AwaitedPort = 0; // one that is gone, and is taken when it is back; 0: none
+    std::int32_t m_AwaitedPort = 0; // gone, to be reopened when it is back; 0: none
     StatusNote m_PortNote = {};
     bool m_SendsWhenOpen = false; // the command line's files
 
     Activity m_Activity = Activity::Idle;
-    int m_ModalDepth = 0;        // message loops below which functions of the terminal stand
-    int m_Covers = 0;            // dialogs over the window that run no loop
+    int m_ModalDepth = 0;        // ModalScopes of this terminal on the stack
+    int m_Covers = 0;            // OpenCover's dialogs over the window
     bool m_CloseWanted = false;  // as soon as that can be
-    std::uint64_t m_CloseBy = 0; // GetTickCount64: an operation that runs is not waited for longer
+    std::uint64_t m_CloseBy = 0; // GetTickCount64: the wait for a running operation ends
     bool m_Watches = false;      // the watch timer runs
     std::uint32_t m_LastTag = 0;
     AwaitedLine* m_AwaitedLines = nullptr;
@@ -356,12 +357,12 @@ private:
     // Text on its way into the pane, joined until the next append is due.
     wchar_t* m_PaneText = nullptr; // PaneLimit + 1 characters
     std::uint32_t m_PaneTextCount = 0;
-    char m_SplitCharacter[4] = {}; // the beginning of one, whose end has not come
+    char m_SplitCharacter[4] = {}; // the first bytes of an incomplete character
     std::uint32_t m_SplitCount = 0;
     AppendPace m_PanePace;
     bool m_PaneTimerRuns = false;
-    bool m_PaneGap = false;          // what would be between the pane's text and this was dropped
-    bool m_PaneFullSaid = false;     // by the status bar
+    bool m_PaneGap = false;          // text between the pane's and this was dropped
+    bool m_PaneFullReported = false; // by the status bar
     bool m_PaneCaretFirst = false;   // the caret stands at the selection's beginning
     LRESULT m_FollowedLine = 0;      // the pane's first visible line when it followed last,
     LRESULT m_FollowedLineCount = 1; // and its number of lines
