@@ -7,6 +7,7 @@
 #include "terminal/FileDialog.h"
 #include "terminal/ModalScope.h"
 #include "terminal/Sounds.h"
+#include "terminal/TopMenu.h"
 #include "terminal/ZoTerm.h"
 
 #include <cstring>
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr wchar_t MacrosFiles[] = L"Macros Files (*.txt)\0*.txt\0All Files (*.*)\0*.*\0";
-constexpr int MacrosMenu = 4;          // its place in the menu bar
 constexpr UINT Separator = 1;          // its place in the Macros menu, behind Load Macros
 constexpr unsigned KeyedItems = 10;    // items with a key, Alt+1 to Alt+9 and Alt+0
 constexpr std::size_t LabelRoom = 256; // characters of an item's label

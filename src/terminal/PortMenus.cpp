@@ -3,6 +3,7 @@
 #include "base/Text.h"
 #include "link/PortList.h"
 #include "resources/resource.h"
+#include "terminal/TopMenu.h"
 #include "terminal/ZoTerm.h"
 
 #include <cstring>
@@ -12,8 +13,6 @@
 #include <new>
 
 namespace {
-
-enum TopMenu { FileMenu, ViewMenu, PortMenu, BaudMenu, MacrosMenu, DeviceMenu };
 
 constexpr std::int32_t OtherPortPosition = 5;
 constexpr int FixedPortItems = 6;
