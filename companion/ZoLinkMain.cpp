@@ -19,6 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "version.h"
+
 namespace {
 
 HANDLE Canceled = nullptr;
@@ -67,6 +69,7 @@ struct Parser {
 Parser::Parser() {
     app.require_subcommand(1);
     app.fallthrough();
+    app.set_version_flag("--version", "ZoLink " ZO_VERSION_TEXT, "shows the version");
     constexpr auto last = CLI::MultiOptionPolicy::TakeLast; // an alias may give a first one
     app.add_option("--port", port, "the port, COM1 to COM9999")
         ->envname("ZO_PORT")
@@ -143,6 +146,9 @@ bool Parse(Parser& parser, int& code) {
         return true;
     } catch (const CLI::CallForHelp&) {
         std::fputs(parser.app.help().c_str(), stdout);
+        code = ExitDone;
+    } catch (const CLI::CallForVersion& version) {
+        std::printf("%s\n", version.what());
         code = ExitDone;
     } catch (const CLI::CallForAllHelp&) {
         std::fputs(parser.app.help("", CLI::AppFormatMode::All).c_str(), stdout);

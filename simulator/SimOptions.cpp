@@ -10,6 +10,7 @@
 
 #include "Words.h"
 #include "ZorbelDevice.h"
+#include "version.h"
 
 namespace sim {
 
@@ -90,6 +91,7 @@ CLI::Validator Within(std::uint32_t low, std::uint32_t high, const std::string& 
 
 void AddOptions(CLI::App& app, SimOptions& options) {
     app.set_help_flag("-h,-?,--help", "shows this; so does /?");
+    app.set_version_flag("--version", "ZorbelSim " ZO_VERSION_TEXT, "shows the version");
     app.allow_windows_style_options();
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.add_option("--port", options.port,
@@ -131,6 +133,9 @@ std::string ParseOptions(const std::vector<std::string>& arguments, SimOptions& 
         app.parse(std::move(reversed));
     } catch (const CLI::CallForHelp&) {
         help = app.help();
+        return {};
+    } catch (const CLI::CallForVersion& version) {
+        help = version.what() + std::string("\n");
         return {};
     } catch (const CLI::ArgumentMismatch&) {
         return Printable(arguments.back()) + " needs a value"; // only the last one can lack it

@@ -5,8 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include <winver.h>
+
 #include <algorithm>
 #include <cstdlib>
+
+#include "version.h"
 
 namespace {
 
@@ -79,9 +85,39 @@ TEST(SimulatorProgram, HelpTellsThePurposeEachOptionAndItsDefault) {
     int options = 0;
     for (std::size_t at = 0; (at = help.out.find("\n  --", at)) != std::string::npos; ++options) {
         const std::size_t next = help.out.find("\n  --", ++at);
+        if (help.out.compare(at + 2, 9, "--version") == 0)
+            continue;
         EXPECT_LT(help.out.find("default: ", at), next) << help.out.substr(at, 20);
     }
     EXPECT_GE(options, 12);
     for (const char* spelling : {"-h", "/?"})
         EXPECT_EQ(Simulator(folder, spelling).out, help.out) << spelling;
+}
+
+// What the file manager shows of a file, and what the program says of itself.
+TEST(Programs, AgreeOnTheirVersion) {
+    const TestFolder folder;
+    for (const std::string name : {"ZoConsole", "ZoLink", "ZorbelSim"}) {
+        const std::string file = BuildFile(name + ".exe");
+        std::string info(GetFileVersionInfoSizeA(file.c_str(), nullptr), '\0');
+        ASSERT_TRUE(
+            GetFileVersionInfoA(file.c_str(), 0, static_cast<DWORD>(info.size()), info.data()))
+            << name;
+        const auto shown = [&](const char* value) {
+            void* text = nullptr;
+            UINT length = 0;
+            const std::string path = std::string("\\StringFileInfo\\040904E4\\") + value;
+            VerQueryValueA(info.data(), path.c_str(), &text, &length);
+            return std::string(text ? static_cast<const char*>(text) : "nothing");
+        };
+        EXPECT_EQ(shown("ProductVersion"), ZO_VERSION_TEXT) << name;
+        EXPECT_EQ(shown("OriginalFilename"), name + ".exe");
+        EXPECT_EQ(shown("CompanyName"), "the ZoConsole authors") << name;
+        if (name == "ZoConsole")
+            continue;
+        const std::string command =
+            "\"\"" + file + "\" --version >\"" + folder.Path("out") + "\"\"";
+        EXPECT_EQ(std::system(command.c_str()), 0) << name;
+        EXPECT_EQ(Lines(folder.Read("out")), name + " " + ZO_VERSION_TEXT + "\n");
+    }
 }
