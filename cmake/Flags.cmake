@@ -10,7 +10,7 @@ target_link_libraries(zo_program_flags INTERFACE zo_flags)
 
 if(MSVC)
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
-  target_compile_options(zo_flags INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf)
+  target_compile_options(zo_flags INTERFACE /W4 $<$<BOOL:${ZO_WERROR}>:/WX> /permissive- /utf-8 /guard:cf)
   target_link_options(zo_flags INTERFACE /guard:cf /CETCOMPAT /DEPENDENTLOADFLAG:0x800 /TSAWARE
     /HIGHENTROPYVA) # the subsystem's version is 6.0 by default
   target_compile_definitions(zo_flags INTERFACE _CRT_SECURE_NO_WARNINGS)
@@ -19,7 +19,7 @@ if(MSVC)
 else()
   target_compile_options(zo_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-qual -Wundef
-    -Wnon-virtual-dtor -Werror -fstack-protector-strong)
+    -Wnon-virtual-dtor $<$<BOOL:${ZO_WERROR}>:-Werror> -fstack-protector-strong)
   target_compile_options(zo_program_flags INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
 endif()

@@ -24,7 +24,7 @@ struct SimOptions {
     std::uint32_t hostile = 0; // the seed; 0: a device that behaves
 };
 
-// Reads the arguments behind the program's name, in UTF-8. Returns what is wrong with them; an
+// Reads the arguments after the program's name, in UTF-8. Returns what is wrong with them; an
 // empty text when nothing is, with either `options` or, when the user asks for them, the help or
 // the version in `help`.
 std::string ParseOptions(const std::vector<std::string>& arguments, SimOptions& options,
