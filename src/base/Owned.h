@@ -1,6 +1,6 @@
 #pragma once
 
-// Move-only owners of Win32 handles, for locals: no path can leak what they hold.
+// Move-only owners of Win32 handles, for locals: no path leaks a handle.
 
 #include <windows.h>
 
@@ -12,8 +12,7 @@ template <typename Handle, auto Release> struct Releaser {
     void operator()(Handle handle) const { Release(handle); }
 };
 
-// Holds a handle of the kind that Release ends; null means none. Turn INVALID_HANDLE_VALUE into
-// null before it comes in here.
+// Owns a handle that Release frees; null means none. Turn INVALID_HANDLE_VALUE into null first.
 template <typename Handle, auto Release>
 using Owned = std::unique_ptr<std::remove_pointer_t<Handle>, Releaser<Handle, Release>>;
 

@@ -14,7 +14,7 @@ inline WideBuffer MakeWideBuffer(std::size_t characters) {
     return WideBuffer(new (std::nothrow) wchar_t[characters]());
 }
 
-// The entry of a packed list behind `name`.
+// The entry after `name` in a packed list.
 inline const wchar_t* NextWide(const wchar_t* name) {
     return name + std::wcslen(name) + 1;
 }

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-// The name after a name of the list.
+// The name after `name` in the list.
 const char* NextName(const char* name);
 
 // The number of names in a list.

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Makes room for so many bytes; what is in the buffer is lost. Without memory the old one stays.
+// Replaces a buffer smaller than `needed` bytes; its content is lost. Keeps it without memory.
 bool Grow(char*& buffer, std::uint32_t& size, std::size_t needed) {
     if (needed <= size)
         return true;

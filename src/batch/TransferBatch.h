@@ -57,7 +57,7 @@ public:
     // RefuseName, and search on.
     Search FindFile(bool asks);
 
-    // The current file goes under its own name. An image's needs no check.
+    // Sends the current file under its own name. Does not check it: an image's may be any.
     void TakeOwnName();
 
     // Sends the current file under the name in m_DeviceFileName. False when the device does not

@@ -29,11 +29,11 @@ struct TransferResult {
 // A sent file's record; a number of blocks that the record cannot hold becomes the largest.
 TransferResult SentResult(std::uint32_t blocks, std::uint32_t errors, std::uint32_t size);
 
-// Packs a record: 8 bytes little-endian for a sent file, 2 for another. Returns the place behind
+// Packs a record: 8 bytes little-endian for a sent file, 2 for another. Returns the place after
 // it. There must be room for LargestSize.
 char* PutResult(char* at, const TransferResult& result);
 
-// Unpacks a record. Returns the place behind it, or null at the end of the records.
+// Unpacks a record. Returns the place after it, or null at the end of the records.
 const char* GetResult(const char* at, TransferResult& result);
 
 // Bytes that the records, or the device's names, of that many files take, with their end.

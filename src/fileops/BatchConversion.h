@@ -2,8 +2,8 @@
 
 class ZoTerm;
 
-// A batch whose first file is one for a converter: the converter runs, the file that it wrote is
-// sent, and the device gets a command for it. GUI thread.
+// Batches whose first file goes through a converter: the converter runs, the batch sends the file
+// that it wrote, and the device gets a command for that file. GUI thread.
 
 // Starts the converter of the batch's first file. False when the file needs none; otherwise the
 // batch begins by itself: when the converter has ended or, if it did not start, at once.

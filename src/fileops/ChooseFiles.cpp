@@ -33,7 +33,7 @@ bool ChooseOne(ZoTerm& terminal, const OPENFILENAMEW& dialog, FileDialogKind run
     return choice == Choice::Made && fits && terminal.TakesLists();
 }
 
-// What a dialog has chosen: one path, or a folder followed by file names.
+// Adds a dialog's choice: one path, or a folder followed by file names.
 bool AddChosen(PathList& list, const wchar_t* chosen) {
     const wchar_t* name = NextWide(chosen);
     if (!*name)
@@ -54,7 +54,7 @@ bool AddChosen(PathList& list, const wchar_t* chosen) {
 
 } // namespace
 
-// The dialog writes into a buffer of its own: another start may bring a list while it is open.
+// Uses a buffer of its own: another start of the program may bring a list meanwhile.
 bool ZoTerm::ChooseSendFiles() {
     const WideBuffer chosen = MakeWideBuffer(SelectionRoom);
     if (!chosen)

@@ -11,7 +11,7 @@ struct Conversion {
     std::atomic<int> holders{2};
     OwnedHandle left; // manual-reset events
     OwnedHandle ended;
-    OwnedHandle job; // the program, and what it starts
+    OwnedHandle job; // the program and its children
     HWND window = nullptr;
     UINT message = 0;
     char commandLine[1000] = {};

@@ -25,7 +25,7 @@ void BeginOperation(ZoTerm& terminal, WORD clip);
 // Call it when the link has started the operation's transfer: its notifications count from here on.
 void AwaitTransfer(ZoTerm& terminal);
 
-// What a notification is about.
+// What a notification reports.
 enum class TransferNews { None, Progress, Ended };
 
 // Takes a snapshot of the operation's transfer into `info`, and returns what is new. None for a

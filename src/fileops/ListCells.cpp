@@ -178,7 +178,7 @@ void ShowClippedCells(HWND list) {
     const HWND tip = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr,
                                      WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0,
                                      GetParent(list), nullptr, ProgramModule, nullptr);
-    SendMessageW(list, LVM_SETTOOLTIPS, 0, 0); // one of its own would come on top
+    SendMessageW(list, LVM_SETTOOLTIPS, 0, 0); // the list's own tip would cover it
     if (!tip || !SetPropW(list, TipProperty, tip))
         return;
     SetWindowLongPtrW(list, GWLP_USERDATA, GetWindowLongPtrW(list, GWLP_WNDPROC));

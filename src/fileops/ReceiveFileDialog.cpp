@@ -1,4 +1,4 @@
-// Receives one file. "pc on" before and "pc off" behind it switch the device's console.
+// Receives one file. "pc on" before it and "pc off" after it switch the device's console.
 
 #include "fileops/ReceiveFileDialog.h"
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr UINT SettleTime = 300; // ms until the rest of the console's text has come
+constexpr UINT SettleTime = 300; // ms for the rest of the console's text
 
 constexpr char ProgramTalks[] = "\n\0pc on\n\0";
 constexpr char PersonTalks[] = "\n\0pc off\n\0";
@@ -38,7 +38,7 @@ INT_PTR OnInitDialog(HWND dialog) {
     FormatText(remote, "/%s/%s", terminal.Settings.m_DeviceName,
                BaseName(terminal.Settings.m_ReceiveFile));
     terminal.Batch.m_CancelRequested = 0;
-    terminal.QueueLines(ProgramTalks, LineSilent); // the transfer's own line comes behind them
+    terminal.QueueLines(ProgramTalks, LineSilent); // the transfer's own line follows
     if (terminal.Port->StartReceive(terminal.Settings.m_ReceiveFile, remote)) {
         AwaitTransfer(terminal);
         BeginOperation(terminal, IDV_RECEIVE);

@@ -89,7 +89,7 @@ void StartFirst(ZoTerm& terminal) {
     BeginOperation(terminal, IDV_SEND);
 }
 
-// Sends the device an empty line between two files, and waits SettleTime behind its answer.
+// Sends the device an empty line between two files, and waits SettleTime after its answer.
 void Settle(ZoTerm& terminal) {
     ShowFile(terminal);
     terminal.Operation.m_AwaitedLine = terminal.NewTag();
@@ -155,7 +155,7 @@ void EndFile(ZoTerm& terminal, const TransferInfo& info) {
     }
     batch.FinishFile(info.Size);
     SetBar(dialog, IDC_BATCH_BAR, batch.m_BatchBytesDone, batch.m_BatchBytesTotal);
-    if (batch.m_CancelRequested && !batch.AtEnd()) // it came when the file had gone through
+    if (batch.m_CancelRequested && !batch.AtEnd()) // it came after the last block
         EndBatch(terminal, CancelledEnding);
     else
         Continue(terminal);

@@ -1,4 +1,4 @@
-// Lists of files to send: wherever one comes from, its batch starts here.
+// Starts the batch for a list of files, whatever its origin.
 
 #include "base/FileNames.h"
 #include "batch/PackedList.h"

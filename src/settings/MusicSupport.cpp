@@ -40,7 +40,7 @@ constexpr char Section[] = "Music Support";
 constexpr std::size_t IniTextRoom = 1000;
 constexpr int LeaveAsItIs = 2;
 
-// The values of the section; those of a row have its number behind their name.
+// The values of the section; the names of a row's values end in its number.
 class IniSection {
 public:
     explicit IniSection(const char* path) : m_Path(path) {}

@@ -121,7 +121,7 @@ void ReadMusicRows(TermSettings& settings, HKEY key) {
         ReadMusicRow(settings.m_MusicRows[row], key, row, buffer.get());
 }
 
-// What an ini file in the current folder adds to the rows.
+// Adds the rows of an ini file in the current folder.
 void MergeIni(TermSettings& settings) {
     char folder[1000];
     char path[sizeof(folder) + sizeof("\\ZoConsole.ini")];

@@ -8,7 +8,7 @@
 
 struct TermSettings;
 
-// What the command box remembers, the latest line first.
+// The command box's history, the latest line first.
 struct CommandHistory {
     static constexpr std::uint32_t Most = 10;
     static constexpr std::size_t LineRoom = 256; // bytes of a line with its NUL

@@ -141,7 +141,7 @@ const Setting ShowProgress = Number<&Term::m_ShowProgress>("ShowProgress", 1);
 const Setting DropOldestText = Number<&Term::m_DropOldestText>("DropOldestText", 0);
 const Setting FastTransfers = Number<&Term::m_FastTransfers>("FastTransfers", 0);
 
-// An extent comes after its base, the music rows after their count.
+// Loading needs an extent after its base, the music rows after their count.
 const Setting* const Reading[] = {
     &WindowX,        &WindowY,        &WindowWidth,    &WindowHeight,    &ShowCmd,
     &ListOn,         &ImageBlockSize, &FontHeight,     &FontWeight,      &FontItalic,

@@ -1,6 +1,6 @@
 #pragma once
 
-// The settings of a terminal, which the registry keeps between its runs. GUI thread.
+// The settings of a terminal, kept in the registry between runs. GUI thread.
 
 #include <windows.h>
 

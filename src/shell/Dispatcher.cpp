@@ -18,7 +18,7 @@ constexpr char DispatcherClassName[] = "cs_console";
 constexpr std::uint16_t MostTerminals = 20;
 constexpr int TitleRoom = 256;
 
-// A terminal keeps its slot for its whole life; a freed slot is used again.
+// A terminal keeps its slot for life; a free slot is used again.
 ZoTerm* TerminalTable[MostTerminals];
 std::uint32_t TerminalCount;
 

@@ -10,8 +10,8 @@ namespace {
 
 constexpr int ClassNameRoom = 260;
 
-// Laid out as COPYDATASTRUCT, so that the record itself is what the message carries. The thread
-// that delivers it frees it.
+// Has the layout of COPYDATASTRUCT, so that the message carries the request itself. The thread that
+// delivers it frees it.
 struct ForwardRequest {
     HWND target;
     DWORD size; // bytes of the list

@@ -63,8 +63,8 @@ LRESULT ZoTerm::SendTypedLine() {
     return SenderWaits() && !SenderWait::TooMany() ? AwaitAnswer(line) : QueueLine(line, LineAloud);
 }
 
-// The line goes to the top of the history and back into the edit field, selected, so that Enter
-// sends it again and typing replaces it.
+// Puts the line at the top of the history and, selected, back into the edit field: Enter sends it
+// again, typing replaces it.
 void ZoTerm::RememberLine(const char* line) {
     const auto text = reinterpret_cast<LPARAM>(line);
     const LRESULT known =

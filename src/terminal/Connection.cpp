@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t InputBufferSize = 4096;
 constexpr DWORD QuickOpening = 40; // ms; most ports are open by then
-constexpr UINT LookPeriod = 2000;  // ms between two looks for a port that is gone
+constexpr UINT LookPeriod = 2000;  // ms between two attempts to open a port that is gone
 
 // "COM3", and its state in words.
 struct PortSentence {
@@ -31,7 +31,7 @@ bool IsNotThere(DWORD error) {
     return error == ERROR_FILE_NOT_FOUND;
 }
 
-// What keeps a port from being opened, behind its name.
+// Why a port cannot be opened, to follow its name.
 struct WhyNotOpen {
     char text[200];
     explicit WhyNotOpen(DWORD error) {

@@ -79,7 +79,7 @@ void ZoTerm::DestroyControls() {
     DeleteAndClear(m_BandBitmap);
 }
 
-// A combo box that is resized selects all of its text, so what was selected is selected again.
+// Restores the selection, since a combo box selects all of its text when it is resized.
 LRESULT ZoTerm::OnSize(WPARAM wParam, LPARAM lParam) {
     const LRESULT selection = SendMessageA(m_hCommand, CB_GETEDITSEL, 0, 0);
     SendMessageA(m_hStatus, WM_SIZE, wParam, lParam);
@@ -142,7 +142,7 @@ LRESULT ZoTerm::OnLookChange(UINT message, WPARAM wParam, LPARAM lParam) {
     return DefWindowProcA(m_hWnd, message, wParam, lParam);
 }
 
-// Tab moves the keyboard between the two text controls; its character goes into neither.
+// Tab moves the focus between the two text controls; neither gets its character.
 bool ZoTerm::TakeTab(UINT message, WPARAM key, HWND next) {
     if (key != VK_TAB || (message != WM_KEYDOWN && message != WM_CHAR))
         return false;

@@ -34,7 +34,7 @@ SIZE TextSize(HWND label) {
     return size;
 }
 
-// Makes a dialog wider at a place: what stands across it grows, what stands right of it moves.
+// Widens a dialog at a place: controls across it grow, controls right of it move.
 void InsertColumns(HWND dialog, LONG at, LONG width) {
     for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
         RECT rect = RectInDialog(dialog, child);

@@ -18,7 +18,7 @@ HWND OpenCover(ZoTerm& terminal, WORD dialog, DLGPROC procedure);
 // procedure.
 INT_PTR CloseCover(HWND dialog);
 
-// Moves a dialog over the middle of its terminal's window, or to where it can be seen; it keeps its
+// Moves a dialog over the middle of its terminal's window, or to where it can be seen. Keeps its
 // size.
 void CenterOverTerminal(HWND dialog);
 
@@ -29,12 +29,12 @@ void FocusControl(HWND dialog, int control);
 // Places a window, its rectangle given in screen coordinates.
 void MoveTo(HWND window, const RECT& rect);
 
-// Fonts differ from system to system, and with them the size of a dialog's units. These make room
-// in a dialog for what turned out larger than its template allows:
-// all that stands below a control, or would be covered by it, moves down, and the dialog grows;
+// Dialog units depend on the system's font. These make room in a dialog for a control that turned
+// out larger than the template allows.
+// Moves all controls that a control covers, and those below it, down; the dialog grows.
 void MakeRoomBelow(HWND dialog, int control);
-// a label and the dialog grow to the width of the label's text;
+// Widens a label and the dialog to the label's text.
 void MakeRoomForText(HWND dialog, int label);
-// all that reaches across the middle of a check box grows by what its text needs, and the rest and
-// the dialog's edge move right.
+// Widens the dialog, and all controls that reach across the middle of a check box, by what the
+// box's text lacks; the controls on the right move along.
 void MakeRoomForCheckBox(HWND dialog, int box);

@@ -104,7 +104,7 @@ const char* ZoTerm::MacroName(unsigned index) const {
     return *name ? name : nullptr;
 }
 
-// A section without lines stands for the line that is its name.
+// A section without lines sends its name as the line.
 void ZoTerm::RunMacro(unsigned index) {
     const char* const name = MacroName(index);
     char path[MAX_PATH];

@@ -16,7 +16,7 @@ enum class Activity {
     Sending,
     Receiving,
     Booting,
-    Ending, // the operation is over, but what follows it is still to come
+    Ending, // the operation is over; AfterOperation is still to be done
 };
 
 // The running file operation, with its dialog.
@@ -28,7 +28,7 @@ struct FileOperationState {
     std::uint32_t m_AwaitedLine = 0;    // the tag of the line whose answer is awaited
     DWORD m_Failure = 0;                // Win32 error of the first file that failed
     std::uint64_t m_ClockStart = 0;     // GetTickCount64 of the first progress; 0: none yet
-    std::uint64_t m_ClockBytes = 0;     // that had gone by then
+    std::uint64_t m_ClockBytes = 0;     // bytes transferred by then
     bool m_ClipPlays = false;
     bool m_Begun = false;     // a first transfer has been started
     bool m_Converted = false; // the batch is one converted file
@@ -40,7 +40,7 @@ struct FileOperationState {
 struct AfterOperation {
     bool summary = false;      // to be shown
     bool shown = false;        // it has been opened
-    bool complete = false;     // the batch has come to the end of its list
+    bool complete = false;     // the batch reached the end of its list
     bool converted = false;    // it was one converted file
     bool consoleWaits = false; // a receive did not start; the device gets "pc off" later
 };

@@ -107,7 +107,7 @@ void ZoTerm::MakeQueueRoom(std::uint32_t count) {
     m_PaneGap = true;
 }
 
-// Appends what is queued, as one text: a control's append costs much the same for any length.
+// Appends the queued text at once: a control's append costs much the same for any length.
 void ZoTerm::FlushPaneText() {
     if (m_PaneTimerRuns)
         KillTimer(m_hWnd, PaneTimerId);
@@ -172,7 +172,7 @@ void ZoTerm::CheckDropOldest() {
 void ZoTerm::RestartGaugeTimer() {
     if (m_TimerRestarts >= GaugeRestarts)
         return;
-    // Setting a timer that runs starts it anew.
+    // SetTimer restarts a running timer.
     m_Timer = static_cast<std::uint32_t>(SetTimer(m_hWnd, GaugeTimerId, GaugePeriod, nullptr));
     ++m_TimerRestarts;
 }

@@ -32,7 +32,7 @@ bool IsAt(const Search& search, int at) {
                                  (end == search.length || !IsOfWord(search.text[end])));
 }
 
-// Tries every place once, from `start` on, and goes on at the other end of the text. -1: none.
+// Tries every place once, from `start` on, and wraps around at the end of the text. -1: none.
 int Find(const Search& search, int start, int step) {
     const int places = search.length - search.wantedLength + 1;
     int at = start;

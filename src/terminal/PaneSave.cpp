@@ -1,4 +1,4 @@
-// Save Output As: the output pane's text goes into a file.
+// Save Output As: writes the output pane's text into a file.
 
 #include "base/SystemText.h"
 #include "link/ReceivedFile.h"

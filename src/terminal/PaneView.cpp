@@ -42,7 +42,7 @@ bool IsCharacterAt(HWND pane, DWORD character, POINT point) {
            point.y == static_cast<short>(HIWORD(place));
 }
 
-// Selecting scrolls to the selection under some systems, so the place comes last.
+// Restores the scroll position last, since selecting may scroll to the selection.
 void Restore(HWND pane, const PaneView& view, bool caretFirst) {
     SendMessageW(pane, EM_SETSEL, caretFirst ? view.to : view.from,
                  static_cast<LPARAM>(caretFirst ? view.from : view.to));

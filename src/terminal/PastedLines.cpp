@@ -31,7 +31,7 @@ WideBuffer ClipboardText(HWND window) {
     return text;
 }
 
-// The edit field's text with `pasted` in the place of what is selected.
+// The edit field's text with `pasted` in place of the selection.
 WideBuffer TextAfterPaste(HWND edit, const wchar_t* pasted) {
     DWORD from = 0;
     DWORD to = 0;

@@ -1,5 +1,5 @@
-// What of a terminal its registry key keeps: the settings, the first file of its list, and the
-// lines of the command box.
+// A terminal's registry key: the settings, the first file of its list, and the command box's
+// lines.
 
 #include "base/Text.h"
 #include "settings/SettingsStore.h"

@@ -6,8 +6,8 @@
 
 namespace {
 
-// The sound library is loaded by hand, from the system's folder: a program's imports are looked
-// for beside the program first, where anybody may have put a file of that name.
+// Loads the sound library from the system's folder: the system looks for a program's imports beside
+// the program first, where anyone may have put a file of that name.
 bool PlaySoundOfSystem(const char* path, DWORD flags) {
     using PlaySoundProc = BOOL(WINAPI*)(LPCSTR, HMODULE, DWORD);
     static const HMODULE library =

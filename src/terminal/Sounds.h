@@ -3,7 +3,7 @@
 // Wave files. One sound at a time plays in the process; a file that is missing or cannot be played
 // is silence. GUI thread.
 
-// Stops what plays and, when `path` is not empty, starts that file and returns at once.
+// Stops the current sound and starts the file at `path`, if that is not empty. Returns at once.
 void PlayWav(const char* path);
 
 // The same over and over, until the next sound or StopSounds.

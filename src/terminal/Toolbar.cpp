@@ -13,7 +13,7 @@
 namespace {
 
 struct ToolbarButton {
-    int image;    // in the image list; the hot twin stands ButtonCount further
+    int image;    // index in the image list; the hot picture is ButtonCount further
     WORD command; // 0: a separator
     const char* label;
 };
@@ -38,7 +38,7 @@ constexpr int ImageSize = 20; // pixels
 constexpr COLORREF TransparentColor = RGB(255, 0, 255);
 constexpr int ButtonWidth = 50;
 constexpr int ButtonHeight = 40;
-constexpr int LabelMargins = 10; // what a button takes beside its label, in pixels
+constexpr int LabelMargins = 10; // pixels of a button beside its label
 constexpr UINT BandWidth = 200;
 
 TBBUTTON ButtonRecord(const ToolbarButton& entry) {
@@ -154,7 +154,7 @@ RECT ButtonRect(HWND toolbar, WPARAM index) {
     return rect;
 }
 
-// The buttons that the window has no room for, or not for the whole of them.
+// Appends the buttons that the window hides, whole or in part.
 void AppendHiddenButtons(HMENU menu, HWND toolbar) {
     RECT room = {};
     GetClientRect(toolbar, &room);
@@ -251,7 +251,7 @@ void ZoTerm::OpenChevronMenu(const NMREBARCHEVRON& chevron) {
     keepFree.cbSize = sizeof(keepFree);
     keepFree.rcExclude = chevron.rc;
     MapWindowPoints(m_hRebar, nullptr, reinterpret_cast<POINT*>(&keepFree.rcExclude), 2);
-    const ModalScope scope(*this, ModalScope::Wait); // a close comes behind the menu's end
+    const ModalScope scope(*this, ModalScope::Wait); // a close waits for the menu's end
     TrackPopupMenuEx(menu, TPM_VERTICAL, keepFree.rcExclude.left, keepFree.rcExclude.bottom, m_hWnd,
                      &keepFree);
     DestroyMenu(menu);

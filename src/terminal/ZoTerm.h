@@ -51,7 +51,7 @@ public:
 
     // The shell makes a terminal in these steps, with the window between the last two.
     bool MakeParts();     // the link and the buffers; false without memory
-    void LoadSettings();  // from m_RegKeyPath; what is missing or unusable becomes its default
+    void LoadSettings();  // from m_RegKeyPath; missing or unusable values become defaults
     void ApplySettings(); // device, port, macros, log
 
     // The window's messages, for TerminalClassProc.
@@ -61,13 +61,13 @@ public:
     // opening port is open. False, with nothing changed, while another operation runs.
     bool StartSendList(const char* list, std::size_t size);
 
-    // What follows a batch once its dialog is gone (fileops/SendBatch.cpp): the summary when it is
-    // wanted and, when the batch is complete, the device's command for a converted file. To
-    // be called again when the summary is closed; does nothing while another dialog covers the
-    // window.
+    // Does what follows a batch (fileops/SendBatch.cpp): opens the summary if the settings ask for
+    // it; when that is closed, and if the batch is complete, sends the device's command for a
+    // converted file. Call it again until the terminal is idle: it does nothing while another
+    // dialog covers the window.
     void FinishBatch();
 
-    // What the terminal does (Activity.cpp).
+    // The activity (Activity.cpp).
     void SetActivity(Activity activity);
     bool OperationRuns() const; // a converter or a file operation
     bool TakesLists() const;    // an operation may begin
@@ -161,14 +161,14 @@ private:
     LRESULT OnDeviceChange(WPARAM event, LPARAM device);
     void LosePort();
 
-    // What waits (Activity.cpp).
+    // Whatever waits (Activity.cpp).
     void Watch();
     void OnWatchTimer();
     LRESULT OnLook();
     void LookAgain();
     void LookAtOperation();
-    void LookAtConverter(); // goes on when the batch's has ended (fileops/BatchConversion.cpp)
-    void AskForName();      // for the batch, which goes on with it (fileops/SendBatch.cpp)
+    void LookAtConverter(); // begins the batch when it has ended (fileops/BatchConversion.cpp)
+    void AskForName();      // and goes on with the batch (fileops/SendBatch.cpp)
     LRESULT OnClose();
     void CloseIfDue();
     LRESULT OnEndSession(WPARAM ends);
@@ -270,7 +270,7 @@ private:
     void RestartGaugeTimer();
     LRESULT OnGaugeTimer();
 
-    // What the user sees of the pane (PaneView.cpp).
+    // The visible part of the pane (PaneView.cpp).
     bool PaneFollows() const;
     void NoteCaret();
     void AppendToPane(const wchar_t* text, std::uint32_t drop);
@@ -373,5 +373,5 @@ private:
     wchar_t m_FindText[FindRoom] = {};
     char m_OutputFile[MAX_PATH] = {}; // where the output was saved last
 
-    char m_MacroNames[MacroRoom] = {}; // what the items of the Macros menu stand for, a list
+    char m_MacroNames[MacroRoom] = {}; // a packed list, in the order of the Macros menu
 };
