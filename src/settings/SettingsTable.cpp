@@ -26,12 +26,21 @@ DWORD DefaultTextColor() {
 
 // A field is a member of TermSettings, or of a record that is one: &TermSettings::m_Font,
 // &LOGFONTA::lfWeight. A narrower field keeps the low bits of a number.
+template <typename Record> auto& At(Record& record) {
+    return record;
+}
+
+template <typename Record, typename Member, typename... Rest>
+auto& At(Record& record, Member member, Rest... rest) {
+    return At(record.*member, rest...);
+}
+
 template <auto... Field> DWORD Get(const TermSettings& settings) {
-    return static_cast<DWORD>((settings.*....*Field));
+    return static_cast<DWORD>(At(settings, Field...));
 }
 
 template <auto... Field> void Set(TermSettings& settings, DWORD value) {
-    auto& field = (settings.*....*Field);
+    auto& field = At(settings, Field...);
     field = static_cast<std::remove_reference_t<decltype(field)>>(value);
 }
 
@@ -78,8 +87,8 @@ template <auto... Field> constexpr Setting Text(const char* name, const char* te
             nullptr,
             nullptr,
             text,
-            sizeof((std::declval<TermSettings&>().*....*Field)),
-            [](TermSettings& settings) -> char* { return (settings.*....*Field); }};
+            sizeof(At(std::declval<TermSettings&>(), Field...)),
+            [](TermSettings& settings) -> char* { return At(settings, Field...); }};
 }
 
 template <auto Field> constexpr Setting Path(const char* name) {
