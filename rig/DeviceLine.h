@@ -85,7 +85,7 @@ inline int Count(const std::string& text, const std::string& part) {
     return count;
 }
 
-inline std::string Told(const TransferInfo& info) {
+inline std::string Shown(const TransferInfo& info) {
     return "status " + std::to_string(info.Status) + ", size " + std::to_string(info.Size) +
            ", block " + std::to_string(info.Block) + ", done " + std::to_string(info.Done) +
            ", errors " + std::to_string(info.Errors);

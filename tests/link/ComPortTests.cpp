@@ -79,7 +79,7 @@ TEST_F(OpenPortTest, TextNoticeThatIsLostComesAgainAndNoOtherDoes) {
     EXPECT_EQ(window.Take(NotifyText), 0) << "all text is taken";
 }
 
-TEST_F(OpenPortTest, TextIsToldToTheTargetThatIsSetAlsoTextFromBefore) {
+TEST_F(OpenPortTest, TextIsReportedToTheTargetThatIsSetAlsoTextFromBefore) {
     EXPECT_TRUE(port->Close());
     EXPECT_TRUE(port->Open(pair.ProgramPath().c_str(), 57600, 4096));
     EXPECT_EQ(Status(), DWORD{ERROR_INVALID_HANDLE});

@@ -115,7 +115,7 @@ TEST_F(DriverTest, PortThatIsNeverLetGoOfIsGivenUp) {
     EXPECT_TRUE(Command("dir", "\x02"));
 }
 
-TEST_F(OpenPortTest, PulledCableIsToldUntilThePortIsClosed) {
+TEST_F(OpenPortTest, PulledCableIsReportedUntilThePortIsClosed) {
     const ULONGLONG start = GetTickCount64();
     if (!CutCable(pair.program))
         GTEST_SKIP() << "this null modem cannot be cut";

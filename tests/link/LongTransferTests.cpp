@@ -11,7 +11,7 @@ TEST(Transfer, MoreThan256BlocksGoBothWays) {
     receiver.port->SetFast(true); // its pauses would take a minute
     ASSERT_TRUE(receiver.StartReceive(content));
     const auto checkReceived = [&] {
-        EXPECT_EQ(Told(receiver.End(120000)), Told({0, 0, 259, size, 0}));
+        EXPECT_EQ(Shown(receiver.End(120000)), Shown({0, 0, 259, size, 0}));
         EXPECT_TRUE(receiver.Received() == content);
     };
     std::unique_ptr<DeviceLine> other;
@@ -21,7 +21,7 @@ TEST(Transfer, MoreThan256BlocksGoBothWays) {
         checkReceived();
     DeviceLine& sender = other ? *other : receiver;
     ASSERT_TRUE(sender.StartSend(content));
-    EXPECT_EQ(Told(sender.End()), Told({0, size, 0, size, 0}));
+    EXPECT_EQ(Shown(sender.End()), Shown({0, size, 0, size, 0}));
     EXPECT_TRUE(sender.Stored() == content);
     if (other)
         checkReceived();

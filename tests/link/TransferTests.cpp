@@ -28,19 +28,19 @@ TEST(Transfer, EverySizeGoesBothWays) {
     for (const DWORD size : {0U, 1U, 511U, 512U, 513U, 5000U}) {
         const std::string content = RandomBytes(size, size);
         ASSERT_TRUE(line.StartSend(content));
-        EXPECT_EQ(Told(line.End()), Told({0, size, 0, size, 0}));
+        EXPECT_EQ(Shown(line.End()), Shown({0, size, 0, size, 0}));
         EXPECT_TRUE(line.Stored() == content) << size;
         ASSERT_TRUE(line.StartReceive(content));
         EXPECT_FALSE(line.port->StartSend(nullptr, "other", nullptr, SendModeFile, 0));
         EXPECT_EQ(line.port->LastError(), DWORD{ERROR_BUSY});
-        EXPECT_EQ(Told(line.End()), Told({0, 0, (size + 511) / 512, size, 0}));
+        EXPECT_EQ(Shown(line.End()), Shown({0, 0, (size + 511) / 512, size, 0}));
         EXPECT_TRUE(line.Received() == content) << size;
     }
     EXPECT_GE(line.window.Take(NotifyTransfer), 12);
     line.ExpectUsable();
 }
 
-TEST(Transfer, LocalFilesThatFailAreTold) {
+TEST(Transfer, LocalFilesThatFailAreReported) {
     DeviceLine line(ReadComPair());
     const std::string missing = line.folder.Path("none\\x.bin");
     EXPECT_FALSE(line.port->StartSend("a", missing.c_str(), nullptr, SendModeFile, 0));

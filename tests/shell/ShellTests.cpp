@@ -203,7 +203,7 @@ TEST(Forwarding, EveryWindowGetsTheWholeListOfFullPathsInOrder) {
     EXPECT_EQ(other.Lists(), std::vector<std::string>(3, list));
 }
 
-TEST(Forwarding, EveryWindowIsAskedAndARefusalIsTold) {
+TEST(Forwarding, EveryWindowIsAskedAndARefusalIsReported) {
     for (const int windows : {2, 70}) { // one wait covers 64
         const bool takes = windows > 2;
         OtherProcess other(windows, takes);
