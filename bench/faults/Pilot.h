@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 class ZoTerm;
@@ -34,7 +35,7 @@ struct FileRecord {
 
 class Pilot {
 public:
-    Pilot(const ComPair& pair, std::uint16_t slot) : m_Pair(pair), m_Slot(slot) {}
+    Pilot(ComPair pair, std::uint16_t slot) : m_Pair(std::move(pair)), m_Slot(slot) {}
 
     const ComPair& Pair() const { return m_Pair; }
     std::uint16_t Slot() const { return m_Slot; }
