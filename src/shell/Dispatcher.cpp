@@ -6,6 +6,7 @@
 #include "base/FileNames.h"
 #include "shell/TerminalLife.h"
 #include "terminal/DispatcherRequest.h"
+#include "terminal/Sounds.h"
 #include "terminal/ZoTerm.h"
 
 #include <algorithm>
@@ -34,7 +35,9 @@ LRESULT OnCreate(HWND dispatcher, const CREATESTRUCTA& creation) {
     return 0;
 }
 
+// The system's thread that plays a sound may crash when its process ends under it.
 LRESULT OnDestroy() {
+    StopSounds();
     PostQuitMessage(0);
     return 0;
 }

@@ -4,6 +4,8 @@
 
 #include <mmsystem.h>
 
+#include <utility>
+
 namespace {
 
 // Loads the sound library from the system's folder: the system looks for a program's imports beside
@@ -21,10 +23,14 @@ bool PlaySoundOfSystem(const char* path, DWORD flags) {
 // Without a default sound for a missing file, and without waiting for a device that is busy.
 constexpr DWORD FromFile = SND_FILENAME | SND_ASYNC | SND_NODEFAULT | SND_NOWAIT;
 
+bool MayPlay = false; // a sound has been started since the last stop
+
 void Start(const char* path, DWORD flags) {
     StopSounds();
-    if (path[0])
-        PlaySoundOfSystem(path, flags);
+    if (!path[0])
+        return;
+    MayPlay = true;
+    PlaySoundOfSystem(path, flags);
 }
 
 } // namespace
@@ -37,6 +43,8 @@ void LoopWav(const char* path) {
     Start(path, FromFile | SND_LOOP);
 }
 
+// Whoever plays nothing need not load the library.
 void StopSounds() {
-    PlaySoundOfSystem(nullptr, SND_PURGE);
+    if (std::exchange(MayPlay, false))
+        PlaySoundOfSystem(nullptr, SND_PURGE);
 }
