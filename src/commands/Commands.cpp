@@ -27,44 +27,39 @@ LRESULT ZoTerm::OnCommand(WORD command, WORD notification) {
         WORD first;
         WORD last;
         void (ZoTerm::*run)(WORD command); // null: nothing carries the command out
-        Opens opens;
-        Then then;
+        Opens opens = Opens::Nothing;
+        Then then = Then::Nothing;
     };
     static constexpr Command Commands[] = {
-        {CMD_REBOOT, CMD_REBOOT, &ZoTerm::Reboot, Opens::Nothing, Then::Nothing},
-        {CMD_MACRO_FIRST, CMD_MACRO_LAST, &ZoTerm::RunMenuMacro, Opens::Nothing, Then::Nothing},
-        {CMD_EXIT, CMD_EXIT, &ZoTerm::Exit, Opens::Nothing, Then::Nothing},
+        {CMD_REBOOT, CMD_REBOOT, &ZoTerm::Reboot},
+        {CMD_MACRO_FIRST, CMD_MACRO_LAST, &ZoTerm::RunMenuMacro},
+        {CMD_EXIT, CMD_EXIT, &ZoTerm::Exit},
         {CMD_FONT, CMD_FONT, &ZoTerm::ShowFonts, Opens::Modal, Then::Focus},
         {CMD_SEND_FILES, CMD_SEND_FILES, &ZoTerm::SendFiles, Opens::Modal, Then::Focus},
         {CMD_BOOT_FILE, CMD_BOOT_FILE, &ZoTerm::BootFile, Opens::Modal, Then::Focus},
-        {CMD_BAUD_2400, CMD_BAUD_115200, &ZoTerm::SelectMenuBaudRate, Opens::Nothing,
-         Then::Nothing},
-        {CMD_PORT_1, CMD_PORT_NONE, &ZoTerm::OpenMenuPort, Opens::Nothing, Then::Nothing},
-        {CMD_CLEAR, CMD_CLEAR, &ZoTerm::ClearOutput, Opens::Nothing, Then::Nothing},
+        {CMD_BAUD_2400, CMD_BAUD_115200, &ZoTerm::SelectMenuBaudRate},
+        {CMD_PORT_1, CMD_PORT_NONE, &ZoTerm::OpenMenuPort},
+        {CMD_CLEAR, CMD_CLEAR, &ZoTerm::ClearOutput},
         {CMD_NEW_WINDOW, CMD_NEW_WINDOW, &ZoTerm::NewWindow, Opens::Nothing, Then::Focus},
-        {CMD_LOAD_MACROS, CMD_LOAD_MACROS, &ZoTerm::LoadMacros, Opens::Modal, Then::Nothing},
+        {CMD_LOAD_MACROS, CMD_LOAD_MACROS, &ZoTerm::LoadMacros, Opens::Modal},
         {CMD_SEND_IMAGE, CMD_SEND_IMAGE, &ZoTerm::SendImage, Opens::Modal, Then::Focus},
-        {CMD_CONTENTS, CMD_CONTENTS, &ZoTerm::ShowGuide, Opens::Nothing, Then::Nothing},
-        {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout, Opens::Nothing, Then::Nothing},
-        {CMD_OPTIONS, CMD_OPTIONS, &ZoTerm::ShowOptions, Opens::Nothing, Then::Nothing},
-        {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort, Opens::Nothing, Then::Nothing},
+        {CMD_CONTENTS, CMD_CONTENTS, &ZoTerm::ShowGuide},
+        {CMD_ABOUT, CMD_ABOUT, &ZoTerm::ShowAbout},
+        {CMD_OPTIONS, CMD_OPTIONS, &ZoTerm::ShowOptions},
+        {CMD_PORT_OTHER, CMD_PORT_OTHER, &ZoTerm::ChoosePort},
         {CMD_FOCUS, CMD_FOCUS, nullptr, Opens::Nothing, Then::Focus},
-        {CMD_SUMMARY, CMD_SUMMARY, &ZoTerm::ShowSummary, Opens::Nothing, Then::Nothing},
-        {CMD_DEVICE_DEFAULT, CMD_DEVICE_MP3, &ZoTerm::SelectMenuDevice, Opens::Nothing,
-         Then::Nothing},
-        {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, &ZoTerm::ChooseDevice, Opens::Nothing,
-         Then::Nothing},
+        {CMD_SUMMARY, CMD_SUMMARY, &ZoTerm::ShowSummary},
+        {CMD_DEVICE_DEFAULT, CMD_DEVICE_MP3, &ZoTerm::SelectMenuDevice},
+        {CMD_DEVICE_CUSTOM, CMD_DEVICE_CUSTOM, &ZoTerm::ChooseDevice},
         {CMD_RECEIVE_FILE, CMD_RECEIVE_FILE, &ZoTerm::ReceiveFile, Opens::Modal, Then::Focus},
         {CMD_ARRANGE, CMD_ARRANGE, nullptr, Opens::Nothing, Then::Focus},
-        {CMD_BAUD_230400, CMD_BAUD_921600, &ZoTerm::SelectMenuBaudRate, Opens::Nothing,
-         Then::Nothing},
-        {CMD_BAUD_OTHER, CMD_BAUD_OTHER, &ZoTerm::ChooseBaudRate, Opens::Nothing, Then::Nothing},
-        {CMD_PORT_FOUND, CMD_PORT_FOUND_END, &ZoTerm::OpenFoundPort, Opens::Nothing, Then::Nothing},
-        {CMD_FIND, CMD_FIND, &ZoTerm::ShowFindDialog, Opens::Nothing, Then::Nothing},
-        {CMD_FIND_NEXT, CMD_FIND_PREVIOUS, &ZoTerm::FindAgain, Opens::Nothing, Then::Nothing},
+        {CMD_BAUD_230400, CMD_BAUD_921600, &ZoTerm::SelectMenuBaudRate},
+        {CMD_BAUD_OTHER, CMD_BAUD_OTHER, &ZoTerm::ChooseBaudRate},
+        {CMD_PORT_FOUND, CMD_PORT_FOUND_END, &ZoTerm::OpenFoundPort},
+        {CMD_FIND, CMD_FIND, &ZoTerm::ShowFindDialog},
+        {CMD_FIND_NEXT, CMD_FIND_PREVIOUS, &ZoTerm::FindAgain},
         {CMD_SAVE_OUTPUT, CMD_SAVE_OUTPUT, &ZoTerm::SaveOutput, Opens::Modal, Then::Focus},
-        {CMD_DROP_OLDEST, CMD_DROP_OLDEST, &ZoTerm::ToggleDropOldest, Opens::Nothing,
-         Then::Nothing},
+        {CMD_DROP_OLDEST, CMD_DROP_OLDEST, &ZoTerm::ToggleDropOldest},
     };
     if (command == IDC_COMMAND)
         return notification == EnterPressed ? SendTypedLine() : 0;

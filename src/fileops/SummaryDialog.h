@@ -3,5 +3,5 @@
 class ZoTerm;
 
 // GUI thread. Lists the records of the last batch in a dialog that covers the terminal's window,
-// and returns at once. If it is open already, fills it anew.
+// and returns at once. If it is open already, fills it again.
 void OpenSummaryDialog(ZoTerm& terminal);

@@ -40,7 +40,7 @@ void ZoTerm::ChooseTextFont(HWND owner) {
         TakeTextFont(dialog.rgbColors);
 }
 
-// Gives the controls the font that m_Font describes, and lays out the window anew: the command box
+// Gives the controls the font that m_Font describes, and lays out the window again: the command box
 // is as high as its font. Font and color stay when the font cannot be made.
 void ZoTerm::TakeTextFont(COLORREF color) {
     const HFONT before = m_hFont;

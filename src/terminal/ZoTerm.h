@@ -103,7 +103,7 @@ public:
     // text clears the note if the bar still shows it.
     using StatusNote = char[256];
     void ShowNote(StatusNote& note, const char* text);
-    void OpenLog(); // anew: the settings may name another file
+    void OpenLog(); // opens it again: the settings may name another file
 
     // Plans the conversion of a file whose extension is registered (fileops/ConvertFile.cpp).
     // True when it is: then `output` is a list of the file that the converter is to write,
@@ -306,7 +306,7 @@ private:
 
     // Macros (Macros.cpp).
     bool ChooseMacrosFile(); // into m_MacrosFile; true when the user has chosen
-    bool BuildMacrosMenu();  // anew from m_MacrosFile; false without such a file
+    bool BuildMacrosMenu();  // rebuilds it from m_MacrosFile; false without such a file
     const char* MacroName(unsigned index) const; // null when the menu has no such item
     void RunMacro(unsigned index);
     void SendMacroLines(char* lines);
