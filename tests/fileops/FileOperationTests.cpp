@@ -177,8 +177,10 @@ TEST_F(OperationTest, HandOverRestoresAMinimizedTerminalWithItsDialogInSight) {
                               [](HWND window) {
                                   RECT area = {};
                                   SystemParametersInfoA(SPI_GETWORKAREA, 0, &area, 0);
-                                  const RECT own = RectOf(window);
-                                  EXPECT_TRUE(own.left >= area.left && own.top >= area.top);
+                                  EXPECT_TRUE(WaitUntil([&] {
+                                      const RECT own = RectOf(window);
+                                      return own.left >= area.left && own.top >= area.top;
+                                  }));
                                   PostMessageA(window, WM_COMMAND, IDOK, 0);
                               }}});
     EXPECT_TRUE(WaitUntil([&] { return about.Done(); }));

@@ -24,11 +24,14 @@ inline const std::string SendError = std::to_string(ResultSendError);
 inline const std::string ApiError = std::to_string(ResultApiError);
 inline const std::string Cancelled = std::to_string(ResultCancelled);
 
+// A window manager places a new window in steps.
 inline bool IsCentered(HWND dialog) {
-    const RECT parent = RectOf(GetParent(dialog));
-    const RECT own = RectOf(dialog);
-    return own.left == (parent.left + parent.right) / 2 - (own.right - own.left) / 2 &&
-           own.top == (parent.top + parent.bottom) / 2 - (own.bottom - own.top) / 2;
+    return WaitUntil([=] {
+        const RECT parent = RectOf(GetParent(dialog));
+        const RECT own = RectOf(dialog);
+        return own.left == (parent.left + parent.right) / 2 - (own.right - own.left) / 2 &&
+               own.top == (parent.top + parent.bottom) / 2 - (own.bottom - own.top) / 2;
+    });
 }
 
 class OperationTest : public TerminalTest {
