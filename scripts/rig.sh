@@ -39,10 +39,15 @@ rig_settings='HKCU\Software\Zorbel\ZoConsole\Instance0'
 
 # The preload library goes into Wine's processes only, its server among them. None of them gets
 # the lock: Wine's services outlive a script that was killed, and would hold it for ever.
+#
+# Wine's loader stands below 2 GB. A heap at a random place behind it covers the page that Wine
+# needs at 0x7ffe0000 once in some two thousand starts, and the program ends before it has begun.
 rig_exec() {
+  local steady=(setarch --addr-no-randomize)
+  "${steady[@]}" true 2>/dev/null || steady=() # a container may forbid it
   [[ -z ${rig_lock:-} ]] || exec {rig_lock}>&-
   export LD_PRELOAD=$rig_tools/libmodemlines.so
-  exec "$rig_loader" "$@"
+  exec "${steady[@]}" "$rig_loader" "$@"
 }
 
 rig_wine() (
