@@ -70,8 +70,9 @@ double ProcCpuSeconds(const std::string& folder) {
         return 0;
     double nanoseconds = 0;
     do
-        nanoseconds +=
-            std::atof(Contents(folder + "task\\" + entry.cFileName + "\\schedstat").c_str());
+        if (entry.cFileName[0] != '.') // the folder above has its first thread's times, too
+            nanoseconds +=
+                std::atof(Contents(folder + "task\\" + entry.cFileName + "\\schedstat").c_str());
     while (FindNextFileA(search, &entry));
     FindClose(search);
     return nanoseconds / 1e9;

@@ -75,15 +75,18 @@ bool Scrolls(const SCROLLINFO& bar) {
 
 // Suppresses drawing of the pane while it lives, and draws the changes at its end. The control
 // would draw both scroll bars with every step, which takes much longer than the step itself.
-// WM_SETREDRAW goes to the default procedure, since the control need not handle it.
+// WM_SETREDRAW goes to the default procedure, since the control need not handle it; the system may
+// take its end for a new frame, and would draw all of that. What was due before is drawn first.
 class DrawnOnce {
 public:
     explicit DrawnOnce(HWND pane)
         : m_Pane(pane), m_Across(BarOf(pane, SB_HORZ)), m_Down(BarOf(pane, SB_VERT)) {
+        UpdateWindow(m_Pane);
         DefWindowProcW(m_Pane, WM_SETREDRAW, FALSE, 0);
     }
     ~DrawnOnce() {
         DefWindowProcW(m_Pane, WM_SETREDRAW, TRUE, 0);
+        RedrawWindow(m_Pane, nullptr, nullptr, RDW_VALIDATE | RDW_NOFRAME);
         const SCROLLINFO down = BarOf(m_Pane, SB_VERT);
         const bool frame =
             !IsSame(BarOf(m_Pane, SB_HORZ), m_Across) || Scrolls(down) != Scrolls(m_Down);
