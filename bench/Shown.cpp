@@ -81,12 +81,11 @@ double ShowingPercent(const Console& console, int pace, bool clears, double seco
     return 100 * (console.CpuSeconds() - cpu) / (Seconds() - start);
 }
 
-double SlowestLag(const Console& console, int pace, bool clears, double seconds) {
+double SlowestLag(const Console& console, int pace, double seconds) {
     const HWND pane = FindWindowExA(console.window, nullptr, "EDIT", nullptr);
     ComPeer device;
     device.ReceiveRest();
     WaitUntil([] { return false; }, Settling);
-    Clearing clearing(console.window, pace, clears);
     std::deque<std::pair<int, double>> sent; // the last line of each portion, and when it had gone
     const double start = Seconds();
     double slowest = 0;
@@ -102,7 +101,6 @@ double SlowestLag(const Console& console, int pace, bool clears, double seconds)
             device.Send(portion);
             sent.emplace_back(number, Seconds());
         }
-        clearing.Look();
         const int shown = LastNumber(pane);
         while (!sent.empty() && sent.front().first <= shown) {
             slowest = std::max(slowest, Seconds() - sent.front().second);

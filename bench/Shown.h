@@ -9,5 +9,6 @@ class Console;
 double ShowingPercent(const Console& console, int pace, bool clears, double seconds);
 
 // The longest time from a line's last byte on the wire until a terminal's pane holds it, in ms,
-// while text comes at this speed; at 0 a line comes twice a second.
-double SlowestLag(const Console& console, int pace, bool clears, double seconds);
+// while text comes at this speed; at 0 a line comes twice a second. The terminal drops its oldest
+// text: what is cleared might have shown.
+double SlowestLag(const Console& console, int pace, double seconds);

@@ -5,7 +5,7 @@
 namespace {
 
 constexpr double LeastPause = 30;     // ms between two appends
-constexpr double LongestPause = 170;  // ms: what shows must not lag behind the line
+constexpr double LongestPause = 140;  // ms: what shows must not lag behind the line
 constexpr double PausePerAppend = 16; // of the time that an append takes
 constexpr double Credit = 1000;       // ms of pauses that a burst need not make
 

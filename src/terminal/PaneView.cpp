@@ -56,21 +56,25 @@ void ReplaceText(HWND pane, int from, int to, const wchar_t* text) {
     SendMessageW(pane, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(text));
 }
 
-SCROLLINFO BarOf(HWND pane, int bar) {
+SCROLLINFO RangeDown(HWND pane) {
     SCROLLINFO info = {};
     info.cbSize = sizeof(info);
     info.fMask = SIF_RANGE | SIF_PAGE | SIF_POS;
-    GetScrollInfo(pane, bar, &info);
+    GetScrollInfo(pane, SB_VERT, &info);
     return info;
 }
 
-bool IsSame(const SCROLLINFO& one, const SCROLLINFO& other) {
-    return one.nMin == other.nMin && one.nMax == other.nMax && one.nPage == other.nPage &&
-           one.nPos == other.nPos;
+SCROLLBARINFO BarOf(HWND pane, LONG bar) {
+    SCROLLBARINFO info = {};
+    info.cbSize = sizeof(info);
+    GetScrollBarInfo(pane, bar, &info);
+    return info;
 }
 
-bool Scrolls(const SCROLLINFO& bar) {
-    return bar.nMax - bar.nMin >= static_cast<int>(bar.nPage);
+// In a full pane hardly any text moves a thumb by a pixel.
+bool LooksSame(const SCROLLBARINFO& one, const SCROLLBARINFO& other) {
+    return one.xyThumbTop == other.xyThumbTop && one.xyThumbBottom == other.xyThumbBottom &&
+           one.rgstate[0] == other.rgstate[0];
 }
 
 // Suppresses drawing of the pane while it lives, and draws the changes at its end. The control
@@ -80,20 +84,22 @@ bool Scrolls(const SCROLLINFO& bar) {
 class DrawnOnce {
 public:
     explicit DrawnOnce(HWND pane)
-        : m_Pane(pane), m_Across(BarOf(pane, SB_HORZ)), m_Down(BarOf(pane, SB_VERT)) {
+        : m_Pane(pane), m_Across(BarOf(pane, OBJID_HSCROLL)), m_Down(BarOf(pane, OBJID_VSCROLL)),
+          m_RangeDown(RangeDown(pane)) {
         UpdateWindow(m_Pane);
         DefWindowProcW(m_Pane, WM_SETREDRAW, FALSE, 0);
     }
     ~DrawnOnce() {
         DefWindowProcW(m_Pane, WM_SETREDRAW, TRUE, 0);
         RedrawWindow(m_Pane, nullptr, nullptr, RDW_VALIDATE | RDW_NOFRAME);
-        const SCROLLINFO down = BarOf(m_Pane, SB_VERT);
-        const bool frame =
-            !IsSame(BarOf(m_Pane, SB_HORZ), m_Across) || Scrolls(down) != Scrolls(m_Down);
+        const SCROLLBARINFO down = BarOf(m_Pane, OBJID_VSCROLL);
+        const bool frame = !LooksSame(BarOf(m_Pane, OBJID_HSCROLL), m_Across) ||
+                           down.rgstate[0] != m_Down.rgstate[0];
         RedrawWindow(m_Pane, nullptr, nullptr, RDW_INVALIDATE | (frame ? RDW_FRAME : 0U));
-        if (!frame && !IsSame(down, m_Down)) { // drawn if it changes, so it changes again
-            SetScrollInfo(m_Pane, SB_VERT, &m_Down, FALSE);
-            SetScrollInfo(m_Pane, SB_VERT, &down, TRUE);
+        if (!frame && !LooksSame(down, m_Down)) { // drawn if it changes, so it changes again
+            const SCROLLINFO range = RangeDown(m_Pane);
+            SetScrollInfo(m_Pane, SB_VERT, &m_RangeDown, FALSE);
+            SetScrollInfo(m_Pane, SB_VERT, &range, TRUE);
         }
         UpdateWindow(m_Pane); // drawing is part of what an append costs
     }
@@ -102,8 +108,9 @@ public:
 
 private:
     HWND m_Pane;
-    SCROLLINFO m_Across;
-    SCROLLINFO m_Down;
+    SCROLLBARINFO m_Across;
+    SCROLLBARINFO m_Down;
+    SCROLLINFO m_RangeDown;
 };
 
 // Removes the first `count` characters; the view moves up with its text, at most to the top.
