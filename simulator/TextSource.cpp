@@ -33,6 +33,8 @@ void TextSource::Stop() {
 
 std::string TextSource::NextLine() {
     std::string line = TextLine(m_Number++);
+    if (line.size() + 1 == m_Left)
+        line.insert(line.size() - LineEnd.size(), 1, '.'); // else a part of a line end is left
     if (line.size() > m_Left) {
         const auto left = static_cast<std::size_t>(m_Left);
         const std::size_t end = left < LineEnd.size() ? left : LineEnd.size();
