@@ -100,11 +100,12 @@ bool ComPort::AskForTransfer(const char* line, HANDLE giveUp, bool entersRaw) {
     return accepted;
 }
 
-// Ends the device's part of a transfer, if it has not given up already.
+// Ends the device's part of a transfer, if it has not given up already. A device that cannot be
+// reached goes on waiting.
 void ComPort::EndAtDevice() {
     LineFate fate;
     Ask("c\n", nullptr, false, fate);
-    if (fate.sent)
+    if (fate.sent || m_DeviceReplied)
         m_DeviceMayTransfer = !fate.answered && m_DeviceReplied;
 }
 

@@ -71,13 +71,15 @@ ComPort::~ComPort() {
 }
 
 // Back to the construction state, whatever the fields hold; only results that nobody has taken
-// stay. No thread of the port may run.
+// stay, and what is known of the device. No thread of the port may run.
 void ComPort::Reset() {
     LineQueue results;
     results.Swap(m_Queue);
+    const bool mayTransfer = m_DeviceMayTransfer;
     this->~ComPort();
     new (this) ComPort;
     m_Queue.Swap(results);
+    m_DeviceMayTransfer = mayTransfer;
 }
 
 bool ComPort::Fail(DWORD error) {
@@ -93,6 +95,7 @@ bool ComPort::Open(const char* path, std::uint32_t baud, std::uint32_t inSize) {
     if (m_Handle)
         return Fail(ERROR_ALREADY_INITIALIZED);
     Reset();
+    m_DeviceMayTransfer = false; // it may be another one
     if (OpenSteps(path, baud, inSize))
         return true;
     const DWORD error = GetLastError();

@@ -131,6 +131,12 @@ public:
     // request of a receive as soon as the packet before it is complete. Until the port is closed.
     void SetFast(bool fast) { m_Fast = fast; }
 
+    // GUI thread, on a port that has just been opened. The device is the one of the closed port
+    // `before`, and may still be at a transfer that ended with the line.
+    void TakeDeviceOf(const ComPort& before) {
+        m_DeviceMayTransfer = before.m_DeviceMayTransfer.load();
+    }
+
     // GUI thread, after a transfer. True when it failed because the device said no.
     bool IsRefused() const { return m_TransferRefused; }
 
@@ -371,7 +377,7 @@ private:
     std::atomic<std::uint32_t> m_LineSpeed{0}; // bits per second
     std::atomic<bool> m_TransferRuns{false};
     std::atomic<bool> m_TransferRefused{false};
-    std::atomic<bool> m_DeviceMayTransfer{false}; // its replies came, but no answer
+    std::atomic<bool> m_DeviceMayTransfer{false}; // what ended its last one did not reach it
     std::atomic<bool> m_Fast{false};
     std::atomic<bool> m_AnswerAwaited{false};
     std::atomic<bool> m_TextNoticeWaits{false};

@@ -179,5 +179,7 @@ DWORD ComPort::EndReceive(DWORD status) {
     if (!aborted)
         return status;
     SendControl(CtlEnd, 0);
+    if (m_Lost && m_RawAhead)
+        m_DeviceMayTransfer = true; // it cannot know of the end
     return status == ERROR_SUCCESS ? DWORD{ERROR_CANCELLED} : status;
 }

@@ -89,14 +89,20 @@ void ZoTerm::StartToOpen(std::int32_t number, std::uint32_t baud, DWORD period, 
 // Takes the port over, open or not. This may come at any moment, so another window keeps the focus.
 void ZoTerm::FinishOpening(std::int32_t number) {
     const bool tried = m_Opening != nullptr;
-    if (tried)
-        ReplacePort(TakePort(std::exchange(m_Opening, nullptr)));
+    if (tried) {
+        ComPort* const opened = TakePort(std::exchange(m_Opening, nullptr));
+        if (opened && number == m_LastPort)
+            opened->TakeDeviceOf(*Port);
+        ReplacePort(opened);
+    }
     const DWORD error = tried ? Port->LastError() : DWORD{ERROR_SUCCESS};
     const bool connected =
         tried && Port->SetNotify(m_hWnd, LinkMessage, NotifyText | NotifyTransfer);
     Port->SetFast(Settings.m_FastTransfers != 0);
-    if (connected)
+    if (connected) {
+        m_LastPort = number;
         StopWaiting();
+    }
     if (connected && Settings.m_BaudRate == m_BaudBefore) // else the user has chosen another
         Settings.m_BaudRate = m_OpeningBaud;
     ShowNote(m_PortNote, "");

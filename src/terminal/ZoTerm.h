@@ -332,6 +332,7 @@ private:
     PortOpening* m_Opening = nullptr; // none: the port is open, or closed for good
     std::uint32_t m_OpeningCount = 0;
     std::int32_t m_OpeningNumber = 0;
+    std::int32_t m_LastPort = 0; // the number of the port that was open last
     std::uint32_t m_OpeningBaud = 0;
     std::uint32_t m_BaudBefore = 0; // the setting when the opening began
     PortReason m_PortReason = PortReason::Chosen;

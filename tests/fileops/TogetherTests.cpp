@@ -165,9 +165,9 @@ TEST_F(OperationTest, PulledCableEndsEveryOperation) {
         EXPECT_FALSE(terminal->OpenPort(pair.number, 115200)) << "it is not back yet";
         RestoreCable(pair.program);
         EXPECT_TRUE(terminal->OpenPort(pair.number, 115200));
-        EXPECT_TRUE(WaitUntil([&] {
-            return terminal->Port->SendCommand("ver") || (terminal->Port->SendCommand("c"), false);
-        }));
+        EXPECT_EQ(HandOver(Packed({File("next", name)})), 1);
+        EXPECT_TRUE(Ended());
+        EXPECT_EQ(folder.Read("device\\default\\next"), name);
     }
     HandOver(Packed({large}));
     CutCable(pair.program);
