@@ -8,6 +8,7 @@
 
 #include <tlhelp32.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <deque>
@@ -16,7 +17,8 @@
 
 namespace {
 
-constexpr int RunsOfARound = 10; // of each terminal; then all rest, and what they use is counted
+constexpr int LongestRound = 10; // runs of each terminal; then all rest, and their use is counted
+constexpr int LeastRounds = 3;   // the first one shows what is usual
 constexpr DWORD ThreadPlay = 6;  // the system's own come and go
 constexpr DWORD HandlePlay = 30;
 constexpr DWORD ObjectPlay = 100;
@@ -51,10 +53,15 @@ bool Grew(const Counts& before, const Counts& after) {
            after.objects.user > before.objects.user + ObjectPlay;
 }
 
+int RunsOfARound(int runs, int terminals) {
+    return std::clamp((runs + LeastRounds - 1) / LeastRounds, terminals, LongestRound * terminals);
+}
+
 class Fleet {
 public:
     Fleet(const TestFolder& folder, const std::vector<ComPair>& pairs, int runs, std::uint32_t seed)
-        : m_Folder(folder), m_Runs(runs), m_Seed(seed) {
+        : m_Folder(folder), m_Runs(runs), m_Seed(seed),
+          m_RunsOfARound(RunsOfARound(runs, static_cast<int>(pairs.size()))) {
         for (const ComPair& pair : pairs)
             m_Pilots.emplace_back(pair, static_cast<std::uint16_t>(m_Pilots.size()));
     }
@@ -84,7 +91,7 @@ public:
 
 private:
     void Round() {
-        m_RoundEnd = std::min(m_Runs, m_Next + RunsOfARound * static_cast<int>(m_Pilots.size()));
+        m_RoundEnd = std::min(m_Runs, m_Next + m_RunsOfARound);
         std::vector<std::thread> threads;
         for (Pilot& pilot : m_Pilots)
             threads.emplace_back([this, &pilot] { Fly(pilot); });
@@ -111,6 +118,7 @@ private:
     std::deque<Pilot> m_Pilots;
     const int m_Runs;
     const std::uint32_t m_Seed;
+    const int m_RunsOfARound;
     std::atomic<int> m_Next{0};
     int m_RoundEnd = 0;
     FleetResult m_Result;
