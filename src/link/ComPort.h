@@ -315,10 +315,11 @@ private:
     void AwaitRoom(std::uint32_t room, const ModeStamp& stamp);
     bool HandleRaw(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
     void HandleLines(const std::uint8_t* bytes, std::uint32_t count, const ModeStamp& stamp);
+    Reply ReplyOfLine();
     void CompleteLine(bool current);
     void AppendInput(const std::uint8_t* bytes, std::uint32_t count);
     void WatchForAnswer(const std::uint8_t* bytes, std::uint32_t count);
-    void TakeAnswer(std::uint32_t answer);
+    bool TakeAnswer(std::uint32_t answer);
 
     HANDLE m_Handle = nullptr;
     std::atomic<std::uint32_t> m_LastError{0};

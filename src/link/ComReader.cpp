@@ -221,8 +221,8 @@ void ComPort::HandleLines(const std::uint8_t* bytes, std::uint32_t count, const 
         for (std::uint32_t i = 0; i < count; ++i) {
             const std::uint8_t byte = bytes[i];
             if (IsAnswerByte(byte)) {
-                if (current)
-                    TakeAnswer(byte);
+                if (current && TakeAnswer(byte))
+                    m_Line.answerAt = m_Line.length;
             } else if (byte == '\n')
                 CompleteLine(current);
             else if (byte != '\r')
@@ -238,9 +238,22 @@ void ComPort::HandleLines(const std::uint8_t* bytes, std::uint32_t count, const 
         PostText();
 }
 
+// With m_InLock held. Text from before the transfer may be read so late that it stands in front of
+// the answer to the transfer's command: the first reply begins behind it.
+Reply ComPort::ReplyOfLine() {
+    const Reply whole = RecognizeReply(m_Line.text, m_Line.length);
+    const std::uint32_t start = m_Line.answerAt;
+    const Reply rest = RecognizeReply(m_Line.text + start, m_Line.length - start);
+    if (whole.state != ReplyNone || rest.state == ReplyNone)
+        return whole;
+    AppendInput(reinterpret_cast<const std::uint8_t*>(m_Line.text), start);
+    m_Line.DropFront(start);
+    return rest;
+}
+
 // With m_InLock held.
 void ComPort::CompleteLine(bool current) {
-    const Reply reply = RecognizeReply(m_Line.text, m_Line.length);
+    const Reply reply = ReplyOfLine();
     if (reply.state != ReplyNone && current) {
         m_DeviceReplied = true;
         if (reply.state == ReplySend) {
@@ -275,12 +288,13 @@ void ComPort::WatchForAnswer(const std::uint8_t* bytes, std::uint32_t count) {
     }
 }
 
-// With m_InLock held. What comes first decides.
-void ComPort::TakeAnswer(std::uint32_t answer) {
+// With m_InLock held. What comes first decides. False when no answer is awaited.
+bool ComPort::TakeAnswer(std::uint32_t answer) {
     if (m_CommandAnswer != AnswerPending)
-        return;
+        return false;
     m_CommandAnswer = answer;
     SetEvent(m_CommandEvent);
+    return true;
 }
 
 // With m_InLock held.

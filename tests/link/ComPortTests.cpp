@@ -263,12 +263,15 @@ TEST_F(OpenPortTest, TextBeforeASendDoesNotCostItsFirstReply) {
         peer.Send("text");
         Sleep(10);
     }
-    AskToTake("data");
-    peer.Send("\x02");
-    Reply("ack\n");
-    EXPECT_EQ(peer.Receive(13).size(), 13U);
-    Reply("done\n");
-    EXPECT_EQ(End(), 0U);
+    for (const std::string late : {"", "prompt> "}) { // read when the send has begun
+        AskToTake("data");
+        peer.Send(late + "\x02");
+        Reply("ack\n");
+        EXPECT_EQ(peer.Receive(13).size(), 13U);
+        Reply("done\n");
+        EXPECT_EQ(End(), 0U);
+    }
+    EXPECT_EQ(Text(24), "texttexttexttextprompt> ");
 }
 
 TEST_F(OpenPortTest, FloodFillsTheBufferAndTheLineGoesOn) {

@@ -1,5 +1,6 @@
 #include "ReplyLine.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -8,8 +9,15 @@ void LineBuffer::Add(char character) {
         text[length++] = character;
 }
 
+void LineBuffer::DropFront(std::uint32_t count) {
+    length -= count;
+    std::memmove(text, text + count, length);
+    answerAt -= std::min(answerAt, count);
+}
+
 void LineBuffer::Clear() {
     length = 0;
+    answerAt = 0;
 }
 
 namespace {

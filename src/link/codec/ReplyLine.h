@@ -22,8 +22,10 @@ struct LineBuffer {
 
     char text[Capacity + 2] = {}; // room for the line's own LF and the NUL
     std::uint32_t length = 0;
+    std::uint32_t answerAt = 0; // how much came in front of an awaited answer byte
 
     void Add(char character);
+    void DropFront(std::uint32_t count); // at most `length`
     void Clear();
 };
 
