@@ -97,9 +97,10 @@ TEST_F(SettingsTest, EveryValueComesBackAsItWasSaved) {
         PlantText(Key, names.back(), text);
     }
     for (const Setting* setting : ReadingOrder())
-        names.push_back(setting->name);
+        names.emplace_back(setting->name);
 
     std::vector<std::string> planted;
+    planted.reserve(names.size());
     for (const std::string& name : names)
         planted.push_back(Stored(name));
     {
