@@ -4,6 +4,7 @@
 #include "terminal/ZoTerm.h"
 
 #include <initializer_list>
+#include <utility>
 
 namespace {
 
@@ -79,8 +80,25 @@ void ZoTerm::DestroyControls() {
     DeleteAndClear(m_BandBitmap);
 }
 
-// Restores the selection, since a combo box selects all of its text when it is resized.
+// Each control is drawn once, and in its place, when the window then shows.
+void ZoTerm::LayOutHidden() {
+    RECT client = {};
+    GetClientRect(m_hWnd, &client);
+    m_HiddenSize = MAKELPARAM(client.right, client.bottom);
+    LayOut(SIZE_RESTORED, m_HiddenSize);
+}
+
+// The size comes when the window shows for the first time, too.
 LRESULT ZoTerm::OnSize(WPARAM wParam, LPARAM lParam) {
+    if (std::exchange(m_HiddenSize, 0) != lParam)
+        LayOut(wParam, lParam);
+    RememberWindow();
+    return 0;
+}
+
+// The parameters are those of WM_SIZE. Restores the selection, since a combo box selects all of its
+// text when it is resized.
+void ZoTerm::LayOut(WPARAM wParam, LPARAM lParam) {
     const LRESULT selection = SendMessageA(m_hCommand, CB_GETEDITSEL, 0, 0);
     SendMessageA(m_hStatus, WM_SIZE, wParam, lParam);
     LayOutStatusBar(LOWORD(lParam));
@@ -89,8 +107,6 @@ LRESULT ZoTerm::OnSize(WPARAM wParam, LPARAM lParam) {
     SendMessageA(m_hCommand, WM_SIZE, wParam, lParam);
     LayOutPane(LOWORD(lParam), HIWORD(lParam));
     SendMessageA(m_hCommand, CB_SETEDITSEL, 0, selection);
-    RememberWindow();
-    return 0;
 }
 
 void ZoTerm::LayOutPane(int width, int height) {

@@ -102,7 +102,7 @@ LRESULT ZoTerm::OnCreate(HWND window) {
     AdmitLowerIntegrity(m_hWnd);
     AdmitLowerIntegrity(m_hOutput);
     LoadCommandHistory();
-    SetFocus(m_hCommand);
+    LayOutHidden();
     return 0;
 }
 
@@ -116,6 +116,8 @@ LRESULT ZoTerm::OnDestroy() {
     return 0;
 }
 
+// The first one comes when the window shows. A focus that is set when it is created would activate
+// it while it is hidden, and then once more.
 LRESULT ZoTerm::OnActivate(WPARAM wParam) {
     if (LOWORD(wParam) == WA_INACTIVE)
         return 0;

@@ -213,7 +213,9 @@ private:
     // Controls and layout (Controls.cpp). CreateControls returns false when one is missing.
     bool CreateControls(HWND window);
     void DestroyControls();
+    void LayOutHidden();
     LRESULT OnSize(WPARAM wParam, LPARAM lParam);
+    void LayOut(WPARAM wParam, LPARAM lParam);
     void LayOutPane(int width, int height);
     void RememberWindow();
     HWND CreateLabel(const char* text);
@@ -314,6 +316,7 @@ private:
     HWND m_hOutput = nullptr;
     HWND m_hCommand = nullptr;
     HFONT m_hFont = nullptr;
+    LPARAM m_HiddenSize = 0; // as in WM_SIZE: laid out for it before the window showed; 0: none
     WNDPROC m_OldCommandEditProc = nullptr;
     WNDPROC m_OldOutputProc = nullptr;
     HWND m_hToolbar = nullptr;
