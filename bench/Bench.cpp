@@ -105,9 +105,10 @@ void MeasureStream(int pace, double cpuBound) {
     DeleteFileA(log.c_str());
     PlantText(ConsoleKey, "LogFile", log);
     PlantNumber(ConsoleKey, "UseLogFile", 1);
-    PlantPort(115200);
+    PlantPort(static_cast<DWORD>(pace));
     const std::string name = "2 MB of text at " + std::to_string(pace) + " bit/s: ";
 
+    const double fullRate = StreamSize * BitsOfAByte / pace; // seconds
     double cpu = 0;
     double slowest = 0;
     double done = 0;
@@ -118,8 +119,7 @@ void MeasureStream(int pace, double cpuBound) {
                                                   std::to_string(StreamSize) + " --pace " +
                                                   std::to_string(pace));
         const double start = Seconds();
-        const double limit = StreamSize * 10.0 / pace * 1.2 + 5;
-        while (Seconds() - start < limit && FileSize(log) < StreamSize) {
+        while (Seconds() - start < 1.2 * fullRate + 5 && FileSize(log) < StreamSize) {
             const double asked = Seconds();
             SendMessageA(console.window, WM_NULL, 0, 0);
             slowest = std::max(slowest, Seconds() - asked);
@@ -131,7 +131,7 @@ void MeasureStream(int pace, double cpuBound) {
     }
     Row(name + "bytes lost", static_cast<double>(StreamSize - ArrivedInLog(Contents(log))), "bytes",
         0);
-    Row(name + "time", done, "s", NoBound);
+    Row(name + "time", done, "s", 1.02 * fullRate + 1);
     Row(name + "CPU for each MB", cpu / (StreamSize / 1048576.0), "s", cpuBound);
     Row(name + "slowest answer to a message", slowest * 1000, "ms", 100);
     PlantNumber(ConsoleKey, "UseLogFile", 0);
@@ -175,8 +175,8 @@ template <typename Start> double TransferSeconds(ComPort& port, Start start) {
 // Transfers of 100 KB against the protocol's own floor: its pauses, the device's delays, and the
 // bytes at the line's pace where that is longer than a pause. The null modem itself is not paced.
 void MeasureTransfers() {
-    constexpr double Pace = 115200 / 10.0; // bytes per second
-    constexpr double Delay = 0.02;         // of the device's replies, in seconds
+    constexpr double Pace = 115200 / BitsOfAByte; // bytes per second
+    constexpr double Delay = 0.02;                // of the device's replies, in seconds
     constexpr double Blocks = 200;
     constexpr double AckTime = 5 / Pace;
     constexpr double SendFloor = 2 * Delay + AckTime + Blocks * (0.07 + Delay + AckTime);

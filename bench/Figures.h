@@ -7,6 +7,7 @@
 
 constexpr double NoBound = -1;
 constexpr std::size_t StreamSize = 2U << 20; // bytes
+constexpr double BitsOfAByte = 10;           // on the line
 
 // Prints a figure beside its bound.
 void Row(const std::string& what, double figure, const char* unit, double bound);

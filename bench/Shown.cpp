@@ -1,6 +1,7 @@
 #include "bench/Shown.h"
 
 #include "bench/Console.h"
+#include "bench/Figures.h"
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
 #include "rig/Wait.h"
@@ -16,7 +17,6 @@
 
 namespace {
 
-constexpr double BitsOfAByte = 10;
 constexpr double PaneShare = 40000; // bytes that show before the pane is cleared
 constexpr DWORD Step = 10;          // ms between portions of a flood
 constexpr DWORD Trickle = 500;      // ms between single lines
