@@ -17,12 +17,10 @@ public:
         : m_Root(std::filesystem::temp_directory_path() /
                  ("zoconsole-" + std::to_string(GetCurrentProcessId()) + "-" +
                   std::to_string(++s_Number))) {
+        Remove(); // an earlier process had the same number
         std::filesystem::create_directories(m_Root / "device");
     }
-    ~TestFolder() {
-        std::error_code error;
-        std::filesystem::remove_all(m_Root, error);
-    }
+    ~TestFolder() { Remove(); }
     TestFolder(const TestFolder&) = delete;
     TestFolder& operator=(const TestFolder&) = delete;
 
@@ -49,6 +47,11 @@ public:
     }
 
 private:
+    void Remove() const {
+        std::error_code error;
+        std::filesystem::remove_all(m_Root, error);
+    }
+
     static inline int s_Number = 0;
     std::filesystem::path m_Root;
 };

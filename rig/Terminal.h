@@ -2,6 +2,7 @@
 
 // Real terminals in the test's own process, driven by messages.
 
+#include "rig/Files.h"
 #include "rig/Registry.h"
 #include "rig/Wait.h"
 #include "terminal/ZoTerm.h"
@@ -71,6 +72,7 @@ protected:
     bool ItemIsGrayed(int menu, int position);
     bool ButtonIsEnabled(WORD command);
 
+    TestFolder folder; // outlives the terminals, which may have a log in it
     HWND dispatcher = nullptr;
     ZoTerm* terminal = nullptr;
 };

@@ -8,7 +8,6 @@
 #include "fileops/ReceiveFileDialog.h"
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
-#include "rig/Files.h"
 #include "rig/Modal.h"
 #include "rig/SimDevice.h"
 #include "rig/Terminal.h"
@@ -113,6 +112,5 @@ protected:
 
     std::string Stored(const std::string& path) const { return folder.Read("device\\" + path); }
 
-    TestFolder folder;
     std::unique_ptr<SimDevice> device;
 };

@@ -1,7 +1,6 @@
 // The Options dialog over real terminals.
 
 #include "resources/resource.h"
-#include "rig/Files.h"
 #include "rig/Modal.h"
 #include "rig/Terminal.h"
 
@@ -68,8 +67,6 @@ protected:
     static void Click(HWND dialog, int button) {
         SendDlgItemMessageA(dialog, button, BM_CLICK, 0, 0);
     }
-
-    TestFolder folder;
 };
 
 const std::string Key = std::string(SettingsRoot) + "\\Instance0";

@@ -3,7 +3,6 @@
 #include "base/Text.h"
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
-#include "rig/Files.h"
 #include "rig/Modal.h"
 #include "rig/Rig.h"
 #include "rig/Terminal.h"
@@ -25,7 +24,6 @@ protected:
         peer.Send(answer);
     }
 
-    TestFolder folder;
     ComPeer peer;
 };
 

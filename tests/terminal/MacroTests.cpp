@@ -2,7 +2,6 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
-#include "rig/Files.h"
 #include "rig/Modal.h"
 #include "rig/Terminal.h"
 
@@ -48,7 +47,6 @@ protected:
         return got + peer.ReceiveRest() == wanted;
     }
 
-    TestFolder folder;
     ComPeer peer;
 };
 

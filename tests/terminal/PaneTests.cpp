@@ -2,7 +2,6 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
-#include "rig/Files.h"
 #include "rig/Modal.h"
 #include "rig/Terminal.h"
 
@@ -92,7 +91,6 @@ protected:
         return TextOf(Pane()).substr(static_cast<std::size_t>(Ask(EM_LINEINDEX, line)), length);
     }
 
-    TestFolder folder;
     ComPeer peer;
 };
 

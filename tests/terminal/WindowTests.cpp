@@ -2,7 +2,6 @@
 
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
-#include "rig/Files.h"
 #include "rig/Import.h"
 #include "rig/Pinger.h"
 #include "rig/Terminal.h"
@@ -146,7 +145,6 @@ TEST_F(WindowTest, EnterInTheOpenListDoesNotSend) {
 }
 
 TEST_F(WindowTest, DeviceTextReachesPaneLogAndGaugeInOrder) {
-    const TestFolder folder;
     const std::string key = std::string(SettingsRoot) + "\\Instance0";
     PlantText(key, "LogFile", folder.Path("log"));
     PlantNumber(key, "UseLogFile", 1);
@@ -206,18 +204,18 @@ TEST_F(WindowTest, ContentsOpensTheGuideThatLiesBesideTheProgram) {
     Start();
     wchar_t program[MAX_PATH];
     GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const std::filesystem::path folder = std::filesystem::path(program).parent_path() / "docs";
-    std::filesystem::remove_all(folder);
+    const std::filesystem::path docs = std::filesystem::path(program).parent_path() / "docs";
+    std::filesystem::remove_all(docs);
     const StandIn disk(__imp_GetFileAttributesW, &LooksForGuide);
     const StandIn shell(__imp_ShellExecuteExW, &OpensGuide);
     Command(CMD_CONTENTS);
     ASSERT_TRUE(WaitUntil([] { return guideMissedOnce.load(); }));
-    std::filesystem::create_directory(folder);
-    std::ofstream(folder / "guide.html") << "The guide";
+    std::filesystem::create_directory(docs);
+    std::ofstream(docs / "guide.html") << "The guide";
     Command(CMD_CONTENTS);
     EXPECT_TRUE(WaitUntil([] { return guideOpenedBy != 0; }));
     EXPECT_FALSE(guideOpenedUnseen) << "there was none at first";
-    EXPECT_EQ(guideOpened, folder / "guide.html");
+    EXPECT_EQ(guideOpened, docs / "guide.html");
     EXPECT_NE(guideOpenedBy, GetCurrentThreadId()) << "the shell may take its time";
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(docs);
 }
