@@ -122,7 +122,7 @@ TEST_F(LayoutTest, TabMovesBetweenTheTwoNamedTexts) {
         SendMessageW(control, WM_CHAR, key, 0);
         return GetFocus();
     };
-    SetFocus(edit);
+    EXPECT_TRUE(WaitUntil([&] { return GetFocus() == edit; })) << "ready to type";
     EXPECT_EQ(type(edit, VK_TAB), pane);
     EXPECT_EQ(type(pane, VK_TAB), edit);
     type(edit, 'Y');
