@@ -7,6 +7,8 @@
 #include "rig/Process.h"
 #include "rig/Terminal.h"
 
+#include <cstring>
+
 namespace {
 
 const std::string FirstKey = std::string(SettingsRoot) + "\\Instance0";
@@ -45,6 +47,13 @@ Process Device(const ComPair& pair, const std::string& key, const TestFolder& fo
                                         "\" --start-delay 3000");
 }
 
+bool Shows(HWND terminal, const char* text) {
+    char shown[4096] = {};
+    SendMessageA(FindWindowExA(terminal, nullptr, "EDIT", nullptr), WM_GETTEXT, sizeof(shown),
+                 reinterpret_cast<LPARAM>(shown));
+    return std::strstr(shown, text) != nullptr;
+}
+
 } // namespace
 
 TEST(Instances, ShareListLogAndKeyAsTheyMust) {
@@ -61,6 +70,8 @@ TEST(Instances, ShareListLogAndKeyAsTheyMust) {
     // Only the program that opened the log first writes it.
     const auto banners = [&] { return Count(folder.Read("both.log"), "ZoOS"); };
     EXPECT_TRUE(WaitUntil([&] { return banners() == 1; }, 8000));
+    EXPECT_TRUE(WaitUntil([&] { return Shows(second.window, "ZoOS"); }, 8000))
+        << "a device that starts later would refuse the file";
 
     // Every running program gets the list of a later start.
     folder.Write("sent.txt", "to both");
