@@ -90,7 +90,7 @@ void ZoTerm::LayOutHidden() {
 
 // The size comes when the window shows for the first time, too.
 LRESULT ZoTerm::OnSize(WPARAM wParam, LPARAM lParam) {
-    if (std::exchange(m_HiddenSize, 0) != lParam)
+    if (std::exchange(m_HiddenSize, -1) != lParam)
         LayOut(wParam, lParam);
     RememberWindow();
     return 0;

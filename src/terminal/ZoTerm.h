@@ -316,7 +316,7 @@ private:
     HWND m_hOutput = nullptr;
     HWND m_hCommand = nullptr;
     HFONT m_hFont = nullptr;
-    LPARAM m_HiddenSize = 0; // as in WM_SIZE: laid out for it before the window showed; 0: none
+    LPARAM m_HiddenSize = -1; // as in WM_SIZE: laid out for it before the window showed; -1: none
     WNDPROC m_OldCommandEditProc = nullptr;
     WNDPROC m_OldOutputProc = nullptr;
     HWND m_hToolbar = nullptr;
