@@ -1,5 +1,6 @@
 // Port, baud rate and device menus, and what follows the connection.
 
+#include "base/Owned.h"
 #include "resources/resource.h"
 #include "rig/ComPeer.h"
 #include "rig/Import.h"
@@ -13,6 +14,8 @@
 #include <atomic>
 #include <functional>
 #include <initializer_list>
+#include <mutex>
+#include <vector>
 
 STAND_IN(CreateFileA);
 
@@ -27,8 +30,9 @@ const decltype(&CreateFileA) SystemCreateFile = __imp_CreateFileA;
 
 // A driver that waits behind a gate, and refuses a few times when it has just been closed.
 std::atomic<int> Refusals{0};
-std::atomic<int> Opening{0};
 const HANDLE Gate = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+std::mutex OpenersLock;
+std::vector<OwnedHandle> Openers; // the threads that it let wait
 
 HANDLE WINAPI OpensSlowly(const char* path, DWORD access, DWORD share,
                           SECURITY_ATTRIBUTES* security, DWORD creation, DWORD flags,
@@ -38,9 +42,11 @@ HANDLE WINAPI OpensSlowly(const char* path, DWORD access, DWORD share,
             SetLastError(ERROR_ACCESS_DENIED);
             return INVALID_HANDLE_VALUE;
         }
-        ++Opening;
+        {
+            const std::lock_guard<std::mutex> lock(OpenersLock);
+            Openers.emplace_back(OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId()));
+        }
         WaitForSingleObject(Gate, 2 * Patience);
-        --Opening;
     }
     return SystemCreateFile(path, access, share, security, creation, flags, pattern);
 }
@@ -175,9 +181,13 @@ TEST_F(ConnectionTest, SlowDriverHoldsNobody) {
     }
     EXPECT_TRUE(WaitUntil([] { return TerminalWindows().empty(); }));
     EXPECT_EQ(FindValue(key, "Port"), "dword:" + std::to_string(pair.number));
-    EXPECT_GE(Opening, 1);
+    const std::lock_guard<std::mutex> lock(OpenersLock);
+    ASSERT_FALSE(Openers.empty());
+    EXPECT_EQ(WaitForSingleObject(Openers.back().get(), 0), DWORD{WAIT_TIMEOUT});
     SetEvent(Gate);
-    EXPECT_TRUE(WaitUntil([] { return Opening == 0; }));
+    // Wine may crash when a thread ends together with its process.
+    for (const OwnedHandle& opener : Openers)
+        EXPECT_EQ(WaitForSingleObject(opener.get(), Patience), WAIT_OBJECT_0);
 }
 
 TEST_F(ConnectionTest, PortThatIsGoneComesBackByItself) {
