@@ -20,8 +20,12 @@ public:
     explicit DeviceLine(const ComPair& pair, const std::string& script = {},
                         const sim::DeviceSetup& setup = {})
         : device(std::make_unique<SimDevice>(pair.device, folder.Path("device"), script, setup)),
-          port(CreateComPort()) {
-        EXPECT_TRUE(port->Open(pair.ProgramPath().c_str(), 115200, 4096)) << port->LastError();
+          path(pair.ProgramPath()), port(CreateComPort()) {
+        Open();
+    }
+
+    void Open() {
+        EXPECT_TRUE(port->Open(path.c_str(), 115200, 4096)) << port->LastError();
         port->SetNotify(window.Handle(), NoticeWindow::Message, NotifyText | NotifyTransfer);
     }
 
@@ -57,9 +61,17 @@ public:
         return info;
     }
 
-    // The device's console takes commands again.
+    // The device's console takes commands again, and nothing from before is still on the line.
     void ExpectUsable() {
         EXPECT_TRUE(WaitUntil([&] { return port->SendCommand("ver"); })) << "the line is stuck";
+        std::string text;
+        EXPECT_TRUE(WaitUntil([&] {
+            char piece[4096];
+            std::uint32_t taken = sizeof(piece);
+            EXPECT_TRUE(port->ReadText(piece, &taken));
+            text.append(piece, taken);
+            return text.find("simulated\r\nzorbel> ") != std::string::npos;
+        })) << text;
     }
 
     // What went to the device, in all.
@@ -75,6 +87,7 @@ public:
     TestFolder folder;
     NoticeWindow window;
     std::unique_ptr<SimDevice> device;
+    std::string path; // of the port
     OwnedPort port;
 };
 
