@@ -8,6 +8,10 @@
 #include <atomic>
 #include <thread>
 
+// ms. A busy machine may let a window wait this long; one that waited for a device's answer, 2 s,
+// would take longer.
+inline constexpr DWORD LongestAnswer = 1500;
+
 class Pinger {
 public:
     explicit Pinger(HWND window)
