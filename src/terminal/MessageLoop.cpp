@@ -39,6 +39,32 @@ void CarryOut(MSG& message) {
     DispatchMessageA(&message);
 }
 
+// Dispatches sent messages. Gets the next posted one, which stays in the queue; false: there is
+// none.
+bool LookAhead(MSG& message) {
+    const bool before = std::exchange(Dispatches, false);
+    const bool got = PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE) != 0;
+    Dispatches = before;
+    return got;
+}
+
+bool IsMark(const MSG& message) {
+    return message.hwnd == Dispatcher && message.message == WM_NULL;
+}
+
+// The sender's message may have come within the loop of a dialog of the system that a step has
+// ended. That loop drops the next message that it gets: leaves it one that says nothing, and
+// carries out all before it. A wait within one of these steps may take the mark along.
+void LeaveMark() {
+    bool posted = PostMessageA(Dispatcher, WM_NULL, 0, 0) != 0;
+    MSG next;
+    while (posted)
+        if (!LookAhead(next))
+            posted = PostMessageA(Dispatcher, WM_NULL, 0, 0) != 0;
+        else if (IsMark(next) || !MessageStep())
+            return;
+}
+
 } // namespace
 
 void PrepareMessageLoop(HWND dispatcher, HACCEL accelerators) {
@@ -69,6 +95,7 @@ SenderWait::SenderWait() {
 }
 
 SenderWait::~SenderWait() {
+    LeaveMark();
     --Waits;
 }
 

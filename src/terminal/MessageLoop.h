@@ -15,7 +15,8 @@ bool MessageStep();
 bool SenderWaits();
 
 // Marks a handler that takes steps before it returns to such a sender. To the system, all that is
-// dispatched in these steps is part of the sent message.
+// dispatched in these steps is part of the sent message. Its end carries out what is in the queue,
+// so that the loop below loses no message.
 class SenderWait {
 public:
     SenderWait();

@@ -112,6 +112,41 @@ TEST_F(WindowTest, WindowAnswersWhetherTheDeviceAccepted) {
     EXPECT_NE(SendMessageA(terminal->m_hWnd, WM_COMMAND, enter, 0), 0) << "it is on its way";
 }
 
+// The dialog is answered while a line of another program is awaited, on the stack of its loop. That
+// loop may drop a notice instead, so the test tries more than once.
+TEST_F(WindowTest, DialogClosedDuringAWaitLosesNoMessage) {
+    StartConnected();
+    for (int i = 0; i < 5 && !HasFailure(); ++i) {
+        peer->Send("text");
+        ASSERT_TRUE(PaneShows("text"));
+        std::atomic<bool> done{false};
+        LRESULT accepted = 0;
+        std::thread other([&] {
+            HWND dialog = nullptr;
+            while ((dialog = FindWindowA("#32770", "Font")) == nullptr || !IsWindowVisible(dialog))
+                Sleep(5);
+            std::thread device([&] {
+                peer->Receive(OnTheWire("ver").size());
+                PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
+                while (IsWindowVisible(dialog))
+                    Sleep(5);
+                peer->Send("\x02");
+            });
+            SetWindowTextA(CommandBoxOf(*terminal), "ver");
+            accepted = SendMessageA(terminal->m_hWnd, WM_COMMAND,
+                                    MAKEWPARAM(IDC_COMMAND, ZoTerm::EnterPressed), 0);
+            PostMessageA(terminal->m_hWnd, WM_COMMAND, CMD_CLEAR, 0);
+            device.join();
+            done = true;
+        });
+        Command(CMD_FONT);
+        EXPECT_TRUE(WaitUntil([&] { return done.load(); }));
+        other.join();
+        EXPECT_NE(accepted, 0);
+        EXPECT_TRUE(PaneShows(""));
+    }
+}
+
 TEST_F(WindowTest, HistoryKeepsTenLinesOf255CharactersAndIgnoresCase) {
     StartConnected();
     for (int i = 0; i < 11; ++i)
