@@ -42,7 +42,8 @@ void ZoTerm::LookLater() {
 
 // The terminal may be gone when this returns.
 void ZoTerm::OnWatchTimer() {
-    if (m_Activity == Activity::Idle && !m_CloseWanted && !Port->AwaitsResults()) {
+    if (m_Activity == Activity::Idle && !m_CloseWanted && !Port->AwaitsResults() &&
+        m_ModalDepth == 0) {
         KillTimer(m_hWnd, WatchTimerId);
         m_Watches = false;
     }
@@ -57,6 +58,7 @@ LRESULT ZoTerm::OnLook() {
 
 // The terminal may be gone when this returns.
 void ZoTerm::LookAgain() {
+    ModalScope::ShowDialogsOf(*this);
     LookAtOpening();
     if (Port->IsLost())
         LosePort();

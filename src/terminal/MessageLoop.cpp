@@ -15,8 +15,7 @@ constexpr int MostWaits = 24;
 // The modeless dialog that has the keyboard, if one has it.
 HWND ActiveDialog() {
     const HWND active = GetActiveWindow();
-    const ATOM dialogClass = 32770; // the system's own
-    return active && GetClassLongPtrA(active, GCW_ATOM) == dialogClass ? active : nullptr;
+    return active && IsDialog(active) ? active : nullptr;
 }
 
 // A progress dialog, known by its clip, comes to the front by itself, perhaps while the user types
@@ -70,6 +69,11 @@ void LeaveMark() {
 void PrepareMessageLoop(HWND dispatcher, HACCEL accelerators) {
     Dispatcher = dispatcher;
     Accelerators = accelerators;
+}
+
+bool IsDialog(HWND window) {
+    constexpr ATOM dialogClass = 32770; // the system's own
+    return GetClassLongPtrA(window, GCW_ATOM) == dialogClass;
 }
 
 bool MessageStep() {

@@ -7,6 +7,8 @@
 // Accelerators are translated on behalf of the dispatcher, which knows the active terminal.
 void PrepareMessageLoop(HWND dispatcher, HACCEL accelerators);
 
+bool IsDialog(HWND window);
+
 // Waits for a message and dispatches it. False for WM_QUIT, which it posts again for the outer
 // loop.
 bool MessageStep();

@@ -11,7 +11,11 @@
 
 #include <dlgs.h>
 
+#include <algorithm>
 #include <regex>
+#include <set>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -89,6 +93,36 @@ TEST_F(ComfortTest, ApplyTakesTheFontAtOnceAndOkTheColorToo) {
                  reinterpret_cast<LPARAM>(OutputOf(*terminal)));
     EXPECT_EQ(GetTextColor(context), RGB(255, 0, 0));
     ReleaseDC(OutputOf(*terminal), context);
+}
+
+// Each loop that stands below another one does not see the queue empty.
+TEST_F(ComfortTest, DialogsOfTwoWindowsShowTogether) {
+    Start();
+    Command(CMD_NEW_WINDOW);
+    const std::vector<HWND> windows = TerminalWindows();
+    std::set<HWND> together;
+    std::thread user([&] {
+        const auto look = [] { // a dialog that comes to the front meanwhile may be met twice
+            std::set<HWND> visible;
+            HWND dialog = nullptr;
+            while ((dialog = FindWindowExA(nullptr, dialog, "#32770", "Font")) != nullptr)
+                if (IsWindowVisible(dialog))
+                    visible.insert(dialog);
+            return visible;
+        };
+        for (int i = 0; i < 100 && together.size() < 2; ++i, Sleep(50))
+            together = look();
+        while (!std::all_of(windows.begin(), windows.end(), &IsWindowEnabled)) {
+            for (const HWND dialog : look())
+                PostMessageA(dialog, WM_COMMAND, IDCANCEL, 0);
+            Sleep(50);
+        }
+    });
+    for (const HWND window : windows)
+        PostMessageA(window, WM_COMMAND, CMD_FONT, 0);
+    PumpMessages();
+    user.join();
+    EXPECT_EQ(together.size(), 2U);
 }
 
 TEST_F(ComfortTest, LogBelongsToTheFirstTerminalThatOpensIt) {
