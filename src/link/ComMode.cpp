@@ -52,8 +52,7 @@ void ComPort::PostText() {
         m_TextNoticeWaits = false;
 }
 
-// Any thread of the port. The reader reports it until the window has heard, unless the driver holds
-// the reader itself.
+// The reader reports it until the window has heard, unless the driver holds the reader itself.
 void ComPort::Lose() {
     m_Lost = true;
     SetEvent(m_LostEvent);

@@ -79,6 +79,10 @@ public:
     // GUI thread. True once the port has stopped working and until it is closed.
     bool IsLost() const { return m_Lost; }
 
+    // Any thread, on an open port. Counts the port as lost from now on, whatever its driver says:
+    // a close waits for no device then.
+    void Lose();
+
     // Any thread. Asks the driver; false when it does not answer for the open port any more.
     bool Answers();
 
@@ -224,7 +228,6 @@ private:
     ModeStamp Stamp();
     bool Post(NotifyKind kind, std::uint32_t number = 0);
     void PostText();
-    void Lose();
 
     // Command lines (ComCommand.cpp).
     void RunLines();

@@ -222,6 +222,7 @@ LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
 void ZoTerm::LosePort() {
     const std::int32_t number = Settings.m_PortNumber;
     LookAtOperation();
+    Port->Lose(); // the system may know before the port does
     ClosePort();
     LookAtOperation();
     Operation.m_PortLost = OperationRuns();

@@ -246,5 +246,11 @@ TEST_F(ConnectionTest, RemovedDeviceIsNoticedByItsName) {
     SendMessageA(terminal->m_hWnd, WM_DEVICECHANGE, DBT_DEVNODES_CHANGED, 0);
     EXPECT_FALSE(removed("COM77"));
     EXPECT_FALSE(removed(ReadComPair().program + "0"));
+
+    folder.Write("file", "x");
+    ASSERT_TRUE(
+        terminal->Port->StartSend(nullptr, folder.Path("file").c_str(), nullptr, SendModeFile, 0));
+    const ULONGLONG start = GetTickCount64();
     EXPECT_TRUE(removed(ReadComPair().program));
+    EXPECT_LT(GetTickCount64() - start, 1500U) << "it waited for the device's answer";
 }
