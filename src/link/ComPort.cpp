@@ -186,11 +186,15 @@ bool ComPort::StartThreads() {
            StartThread(m_LineThread, &Thread<&ComPort::RunLines>);
 }
 
-// True when the thread has ended by then, in GetTickCount64; one that has is not waited for.
-bool ComPort::EndsBy(HANDLE thread, std::uint64_t deadline) {
+// In ms; the deadline is in GetTickCount64.
+DWORD ComPort::TimeUntil(std::uint64_t deadline) {
     const std::uint64_t now = GetTickCount64();
-    return WaitForSingleObject(thread, now < deadline ? static_cast<DWORD>(deadline - now) : 0) ==
-           WAIT_OBJECT_0;
+    return now < deadline ? static_cast<DWORD>(deadline - now) : 0;
+}
+
+// True when the thread has ended by then; one that has is not waited for.
+bool ComPort::EndsBy(HANDLE thread, std::uint64_t deadline) {
+    return WaitForSingleObject(thread, TimeUntil(deadline)) == WAIT_OBJECT_0;
 }
 
 bool ComPort::Close() {

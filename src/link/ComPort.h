@@ -151,7 +151,7 @@ public:
     bool StopReceive();
 
     // GUI thread, when the program is about to be ended from outside: cancels a transfer and waits
-    // for its end, at most 3 s.
+    // for its end, at most 3 s, and hardly at all when the port is lost.
     void FinishTransfer();
 
 private:
@@ -200,6 +200,7 @@ private:
     // Opening and closing (ComPort.cpp). A thread runs a member, and is a holder of the port.
     template <void (ComPort::*Body)()> static DWORD WINAPI Thread(void* port);
     bool StartThread(HANDLE& thread, LPTHREAD_START_ROUTINE body);
+    static DWORD TimeUntil(std::uint64_t deadline);
     static bool EndsBy(HANDLE thread, std::uint64_t deadline);
     static void Leave(ComPort* port);
     friend void DestroyComPort(ComPort* port);

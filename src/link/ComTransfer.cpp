@@ -108,21 +108,20 @@ void ComPort::CancelTransfer() {
 // When the line is to be closed. False when a thread has not ended by the deadline.
 bool ComPort::StopTransfers(std::uint64_t deadline) {
     CancelTransfer();
-    if (m_Lost && m_AbortWaitsEvent)
-        SetEvent(m_AbortWaitsEvent); // there is no device left to be polite to
     bool ended = true;
     for (HANDLE* const thread : {&m_SendThread, &m_ReceiveThread, &m_Predecessor})
         ended = JoinTransfer(*thread, deadline) && ended;
     return ended;
 }
 
-// Waits for a thread that has been asked to end, or has ended. What then still waits for the line
-// is aborted, and the abort event stays set.
+// Waits for a thread that has been asked to end, or has ended; politely only while there is a
+// device. What then still waits for the line is aborted, and the abort event stays set.
 bool ComPort::JoinTransfer(HANDLE& thread, std::uint64_t deadline) {
     constexpr DWORD rest = LongestClose - PoliteStop;
     if (!thread)
         return true;
-    if (!EndsBy(thread, deadline - rest)) {
+    const HANDLE either[] = {thread, m_LostEvent};
+    if (WaitForMultipleObjects(2, either, FALSE, TimeUntil(deadline - rest)) != WAIT_OBJECT_0) {
         SetEvent(m_AbortWaitsEvent);
         if (!EndsBy(thread, deadline))
             return false;

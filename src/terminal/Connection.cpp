@@ -212,8 +212,10 @@ LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
     const bool named = event == DBT_DEVICEREMOVECOMPLETE && removed &&
                        removed->dbcp_devicetype == DBT_DEVTYP_PORT &&
                        _stricmp(removed->dbcp_name, name) == 0;
-    if (named || !Port->Answers())
+    if (named || !Port->Answers()) {
+        Port->Lose(); // it may not have noticed yet
         LosePort();
+    }
     return TRUE;
 }
 
@@ -222,7 +224,6 @@ LRESULT ZoTerm::OnDeviceChange(WPARAM event, LPARAM device) {
 void ZoTerm::LosePort() {
     const std::int32_t number = Settings.m_PortNumber;
     LookAtOperation();
-    Port->Lose(); // the system may know before the port does
     ClosePort();
     LookAtOperation();
     Operation.m_PortLost = OperationRuns();

@@ -7,6 +7,7 @@
 #include "rig/SystemObjects.h"
 
 #include <atomic>
+#include <thread>
 
 STAND_IN(CancelIoEx);
 STAND_IN(ReadFile);
@@ -132,6 +133,18 @@ TEST_F(OpenPortTest, PulledCableIsReportedUntilThePortIsClosed) {
     window.Take(NotifyLost);
     Sleep(2 * NoticeLife);
     EXPECT_EQ(window.Take(NotifyLost), 0);
+    RestoreCable(pair.program);
+    Open();
+
+    AskToTake("x");
+    std::thread pulls([&] {
+        Sleep(Settle);
+        CutCable(pair.program);
+    });
+    const ULONGLONG closed = GetTickCount64();
+    EXPECT_TRUE(port->Close());
+    EXPECT_LT(GetTickCount64() - closed, 1500U) << "the device went while it was waited for";
+    pulls.join();
     RestoreCable(pair.program);
     Open();
 }
